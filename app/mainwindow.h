@@ -9,6 +9,9 @@
 #include <QString>
 #include <QVector>
 
+#include <mutex>
+#include <unordered_set>
+
 class QCloseEvent;
 class QComboBox;
 class QTimer;
@@ -34,9 +37,16 @@ public:
         explicit MonitorClient(MainWindow& mainWindow);
         ~MonitorClient() override;
         void onCameraEvent(ImageAcquisition::ICameraEvent* ev) override;
+        // The window has taken the event over.
+        void delivered(ImageAcquisition::ICameraEvent* ev);
 
     private:
         MainWindow& mainWindow;
+        // Events handed to the window's queue and not yet received. Should
+        // the window go before they are, the queue drops them unseen, so they
+        // are freed here instead.
+        std::mutex inFlightMutex;
+        std::unordered_set<ImageAcquisition::ICameraEvent*> inFlight;
     };
 
     explicit MainWindow(QWidget* parent = nullptr);

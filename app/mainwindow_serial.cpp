@@ -6,10 +6,20 @@
 #include <QMessageBox>
 #include <QProcess>
 
+#include <poll.h>
+
 namespace {
+
 const char* const kSerialDevice = "/dev/ttyACM0";
 constexpr int kFuserTimeoutMs = 30000;
+
+bool lineHungUp(QSerialPort* port)
+{
+    pollfd p{port->handle(), POLLIN, 0};
+    return p.fd >= 0 && ::poll(&p, 1, 0) == 1 && (p.revents & POLLHUP);
 }
+
+} // namespace
 
 void MainWindow::openSerialPort()
 {
@@ -57,11 +67,24 @@ void MainWindow::readSerialPortData()
 void MainWindow::handleError(QSerialPort::SerialPortError error)
 {
     // A vanished line keeps reporting while the box below is open; one box is enough.
-    if (error != QSerialPort::ResourceError || erringPort || !serialPort)
+    if (erringPort || !serialPort)
         return;
+    QString reason;
+    if (error == QSerialPort::ResourceError) {
+        reason = serialPort->errorString();
+    } else if (error == QSerialPort::ReadError && lineHungUp(serialPort)) {
+        // A line that is hung up (the USB device went away, or the far end of a
+        // pseudo-terminal closed) reads end-of-file for ever, which the port
+        // reports as a read error with a stale errno, again and again. It has
+        // gone as surely as with a resource error; close it first so that it
+        // stops reporting while the box is open.
+        reason = tr("The serial line has hung up: the device disappeared from the system.");
+        serialPort->close();
+    } else {
+        return;
+    }
     erringPort = serialPort;
-    QMessageBox::critical(this, tr("Critical Error"), serialPort->errorString(), QMessageBox::Ok,
-                          QMessageBox::NoButton);
+    QMessageBox::critical(this, tr("Critical Error"), reason, QMessageBox::Ok, QMessageBox::NoButton);
     // While the box was open, another selection may already have closed this
     // port, or even opened a new one: only the port that failed is closed.
     if (serialPort == erringPort)

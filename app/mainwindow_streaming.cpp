@@ -106,6 +106,7 @@ void MainWindow::signalCameraEvent(ICameraEvent* ev)
 void MainWindow::cameraEventSlot(ICameraEvent* ev)
 {
     // The event is ours from here on, whichever way the slot is left.
+    monitorClient->delivered(ev);
     const std::unique_ptr<ICameraEvent> owned(ev);
     const int type = ev ? ev->getType() : 0;
     if (type != ICameraEvent::CameraAdded && type != ICameraEvent::CameraRemoved)
