@@ -17,3 +17,9 @@ render "$src/refresh.svg"          "$out/refresh.png" 512
 render "$src/refresh-required.svg" "$out/refresh required.png" 512
 
 render "$top/camera_ui/icons/src/kelvane-logo.svg" "$top/camera_ui/icons/kelvane logo.png" 180
+
+# The application icon for the desktop, in the hicolor sizes menus and
+# launchers ask for; the SVG itself is installed as the scalable one.
+for size in 16 24 32 48 64 128 256; do
+    render "$top/camera_ui/icons/src/kelvane-logo.svg" "$top/desktop/icons/tarvello-center-$size.png" "$size"
+done
