@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, if any is missing.
-# Usage: scripts/install-deps.sh GROUP...   (groups: build run test)
+# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package)
 set -euo pipefail
 
 packages=()
@@ -12,7 +12,9 @@ for group in "$@"; do
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;
     test)
-        packages+=(xvfb xauth) ;;
+        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file) ;;
+    package)
+        packages+=(dpkg-dev file) ;;
     *)
         echo "install-deps: unknown group '$group'" >&2
         exit 2 ;;
