@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Installs the build into a fresh prefix (a path with a blank in it, as users
+# have) and checks what landed there: the launcher, the private folder with
+# the program, its fuser and the camera layer, the desktop files and the
+# udev rule generated from the camera layer's vendor id.
+# Usage: test_install.sh CMAKE BUILD_DIR STAGE_PREFIX KELVANE_HEADER
+set -uo pipefail
+. "$(dirname "$0")/checks.sh"
+cmake=$1 build=$2 stage=$3 header=$4
+
+rm -rf "$stage"
+"$cmake" --install "$build" --prefix "$stage" >/dev/null || { echo "FAIL: cmake --install" >&2; exit 1; }
+
+pkglib=$stage/lib/tarvello-center
+check "launcher is an executable shell script" \
+    bash -c '[ -x "$1" ] && head -n 1 "$1" | grep -q "^#!/bin/sh"' _ "$stage/bin/tarvello-center"
+check "launcher passes the shell's syntax check" sh -n "$stage/bin/tarvello-center"
+check "program is installed in the private folder" test -x "$pkglib/tarvello-center"
+for lib in libimageacquisition.so libtarvello-common.so; do
+    check "$lib sits beside the program" test -f "$pkglib/$lib"
+    check "$lib is not in the public library folder" test ! -e "$stage/lib/$lib"
+done
+check "fuser beside the program is a link" test -L "$pkglib/fuser"
+check "fuser link points at the system's fuser" bash -c '"$1" -V 2>&1 | grep -q PSmisc' _ "$pkglib/fuser"
+
+# The installed program must load the installed libraries, never those of
+# the build tree it came from.
+for elf in tarvello-center libimageacquisition.so; do
+    check "$elf looks for libraries beside itself" \
+        bash -c 'readelf -d "$1" | grep -E "R(UN)?PATH" | grep -qF "[\$ORIGIN]"' _ "$pkglib/$elf"
+done
+deps=$(ldd "$pkglib/tarvello-center")
+check "every library of the program is found" bash -c '! grep -q "not found" <<<"$1"' _ "$deps"
+for lib in libimageacquisition.so libtarvello-common.so; do
+    check "$lib is loaded from the private folder" grep -qF "$lib => $pkglib/$lib (" <<<"$deps"
+done
+
+check "desktop entry is installed" test -f "$stage/share/applications/com.kelvane.TarvelloCenter.desktop"
+check "metainfo is installed" test -f "$stage/share/metainfo/com.kelvane.TarvelloCenter.metainfo.xml"
+for size in 16 24 32 48 64 128 256; do
+    icon=$stage/share/icons/hicolor/${size}x${size}/apps/tarvello-center.png
+    check "icon of $size px is a $size x $size PNG" \
+        bash -c 'file "$1" | grep -q "PNG image data, $2 x $2,"' _ "$icon" "$size"
+done
+check "scalable icon is an SVG" \
+    grep -q '<svg' "$stage/share/icons/hicolor/scalable/apps/tarvello-center.svg"
+check "man page is compressed and intact" gzip -t "$stage/share/man/man1/tarvello-center.1.gz"
+
+# The rule must carry the very vendor id the camera layer recognises.
+rule=$stage/lib/udev/rules.d/70-tarvello-center.rules
+vendor=$(sed -n 's/.*kKelvaneUsbVendorIdText *= *"\([0-9a-fA-F]*\)".*/\1/p' "$header")
+check "vendor id is read from the camera layer's header" test -n "$vendor"
+for subsystem in video4linux tty; do
+    check "udev rule gives the seat's user the $subsystem nodes of vendor $vendor" \
+        grep -qE "^SUBSYSTEM==\"$subsystem\", ATTRS\{idVendor\}==\"$vendor\", TAG\+=\"uaccess\"$" "$rule"
+done
+check "udev rule has no unconfigured placeholder" bash -c '! grep -q @ "$1"' _ "$rule"
+finish
