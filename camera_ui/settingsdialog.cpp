@@ -116,6 +116,11 @@ QWidget* SettingsDialog::createRow(ICameraControl& control)
     }
 }
 
+QVBoxLayout* SettingsDialog::pageLayout(QWidget* page)
+{
+    return static_cast<QVBoxLayout*>(page->layout());
+}
+
 QWidget* SettingsDialog::createPage()
 {
     auto* page = new QWidget;
@@ -145,16 +150,18 @@ void SettingsDialog::setupControlUi(ICamera* camera)
         height += row->sizeHint().height();
         if (height > kPageHeight) {
             height = row->sizeHint().height();
-            static_cast<QVBoxLayout*>(page->layout())->addStretch(kPageStretch);
+            pageLayout(page)->addStretch(kPageStretch);
             ui->tabWidget->insertTab(pageNumber - 1, page, title);
             page = createPage();
             ++pageNumber;
             title = QString("Page %1").arg(pageNumber);
         }
-        static_cast<QVBoxLayout*>(page->layout())->addWidget(row, i);
+        // The control's index as stretch factor: spare height on a page goes
+        // mostly to its later rows and to the closing stretch.
+        pageLayout(page)->addWidget(row, i);
     }
 
-    static_cast<QVBoxLayout*>(page->layout())->addStretch(kPageStretch);
+    pageLayout(page)->addStretch(kPageStretch);
     ui->tabWidget->insertTab(pageNumber - 1, page, title);
 }
 

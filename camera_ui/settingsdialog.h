@@ -7,6 +7,7 @@
 #include <QPalette>
 #include <QVector>
 
+class QVBoxLayout;
 class Ui_SettingsDialog;
 
 namespace ImageAcquisition {
@@ -52,6 +53,7 @@ private slots:
 private:
     QWidget* createRow(ImageAcquisition::ICameraControl& control);
     QWidget* createPage();
+    static QVBoxLayout* pageLayout(QWidget* page);
 
     Ui_SettingsDialog* ui;
     QVector<CameraControlBase*> m_controls;
