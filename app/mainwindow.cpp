@@ -1,5 +1,7 @@
 #include "mainwindow.h"
 
+#include "camerainfodialog.h"
+#include "settingsdialog.h"
 #include "ui_mainwindow.h"
 
 #include <imageacquisition/imageacquisition.h>
@@ -138,8 +140,19 @@ void MainWindow::clearConsole()
 
 void MainWindow::settingsButtonClicked()
 {
+    if (!camera)
+        return;
+    CameraUI::SettingsDialog dialog(camera, this);
+    connect(this, SIGNAL(cameraAddedOrRemoved()), &dialog, SLOT(close()));
+    connect(this, SIGNAL(newImage(QImage)), &dialog, SLOT(updateBackground(QImage)));
+    dialog.exec();
 }
 
 void MainWindow::infoButtonClicked()
 {
+    if (!camera)
+        return;
+    CameraUI::CameraInfoDialog dialog(camera->getDevice(), this);
+    connect(this, SIGNAL(cameraAddedOrRemoved()), &dialog, SLOT(close()));
+    dialog.exec();
 }

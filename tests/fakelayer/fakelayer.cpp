@@ -112,21 +112,29 @@ const char* Control::getDescription() const
 
 bool Control::isDisabled() const
 {
+    if (logFlagQueries)
+        logCall("isDisabled");
     return disabled;
 }
 
 bool Control::isGrabbed() const
 {
+    if (logFlagQueries)
+        logCall("isGrabbed");
     return grabbed;
 }
 
 bool Control::isReadOnly() const
 {
+    if (logFlagQueries)
+        logCall("isReadOnly");
     return readOnly;
 }
 
 bool Control::isInactive() const
 {
+    if (logFlagQueries)
+        logCall("isInactive");
     return inactive;
 }
 

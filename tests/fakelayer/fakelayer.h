@@ -149,6 +149,8 @@ public:
     int refreshCount = 0;
     // Runs inside refresh(), to let a test change what the camera reports.
     std::function<void()> onRefresh;
+    // Logs the four state flag queries too, to check the order they are asked in.
+    bool logFlagQueries = false;
 
 protected:
     void logCall(const std::string& operation) const;
