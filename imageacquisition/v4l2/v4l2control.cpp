@@ -78,8 +78,14 @@ int V4l2Control::readValue()
     v4l2_ext_control control{};
     control.id = m_query.id;
     int result = getExtended(control);
-    if (result == 0)
-        m_value = m_query.type == V4L2_CTRL_TYPE_INTEGER64 ? control.value64 : control.value;
+    if (result == 0) {
+        if (m_query.type == V4L2_CTRL_TYPE_INTEGER64)
+            m_value = control.value64;
+        else if (m_query.type == V4L2_CTRL_TYPE_BITMASK)
+            m_value = static_cast<__u32>(control.value); // all 32 bits, no sign
+        else
+            m_value = control.value;
+    }
     return result;
 }
 

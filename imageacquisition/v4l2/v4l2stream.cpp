@@ -3,6 +3,7 @@
 #include "v4l2handle.h"
 
 #include <linux/videodev2.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -123,12 +124,12 @@ IFrame* V4l2Stream::next()
     V4l2Frame* newest = nullptr;
     // At most one round over the buffers, so that a driver that fills them
     // as fast as they are put back cannot keep this loop going.
-    for (std::size_t round = 0; round < m_frames.size(); ++round) {
+    for (std::size_t round = 0; round < m_frames.size() && isFrameReady(); ++round) {
         v4l2_buffer buffer{};
         buffer.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
         buffer.memory = V4L2_MEMORY_MMAP;
         if (m_device.ioctl(VIDIOC_DQBUF, &buffer) < 0)
-            break; // EAGAIN: nothing more is ready; anything else: no frame now
+            break;
         if (buffer.index >= m_frames.size())
             continue;
         V4l2Frame& frame = *m_frames[buffer.index];
@@ -149,6 +150,25 @@ IFrame* V4l2Stream::next()
         return &m_empty;
     newest->setOut(true);
     return newest;
+}
+
+bool V4l2Stream::isFrameReady() const
+{
+    // Asked first rather than trying to dequeue: libv4l2 reports every
+    // failed dequeue on standard error, "nothing ready" included, which
+    // would flood it at the application's frame rate.
+    pollfd ready{m_device.fd(), POLLIN, 0};
+    if (::poll(&ready, 1, 0) <= 0)
+        return false;
+    if (ready.revents & POLLIN)
+        return true;
+    if (ready.revents & POLLHUP) {
+        // An unregistered (unplugged) device hangs up; a harmless request
+        // confirms it, and the handle then answers -ENODEV to everything.
+        v4l2_capability capability{};
+        m_device.ioctl(VIDIOC_QUERYCAP, &capability);
+    }
+    return false;
 }
 
 void V4l2Stream::giveBack(IFrame* frame)

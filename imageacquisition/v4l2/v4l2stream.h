@@ -36,6 +36,7 @@ public:
 
 private:
     int queue(V4l2Frame& frame);
+    bool isFrameReady() const;
     V4l2Frame* find(const IFrame* frame) const;
 
     const V4l2Handle& m_device;
