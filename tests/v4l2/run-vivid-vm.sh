@@ -8,6 +8,8 @@
 # Exits 0 when every guest test passed, 77 when this machine cannot run the
 # virtual machine (a tool or the kernel package is missing), 1 otherwise.
 set -euo pipefail
+# Byte-wise matching for the search in the compressed kernel.
+export LC_ALL=C
 
 guest_binary=$(readlink -f "$1")
 cache=$2
