@@ -50,7 +50,8 @@ UsbInfo SysfsReader::usbInfo(const std::string& nodeName) const
         return info;
     // The node hangs below a USB interface; the device with the descriptor
     // attributes is an ancestor. Stay inside the device tree while climbing.
-    while (directory.size() > devices.size() && directory.compare(0, devices.size(), devices) == 0) {
+    while (directory.size() > devices.size()
+           && directory.compare(0, devices.size(), devices) == 0) {
         if (isRegularFile(directory + "/idVendor")) {
             info.vendorId = readAttribute(directory, "idVendor");
             info.productId = readAttribute(directory, "idProduct");

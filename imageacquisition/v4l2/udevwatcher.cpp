@@ -49,7 +49,8 @@ void UdevWatcher::start(Report report)
     const char* source = ::access("/run/udev/control", F_OK) == 0 ? "udev" : "kernel";
     m_monitor.reset(udev_monitor_new_from_netlink(m_udev.get(), source));
     if (!m_monitor
-        || udev_monitor_filter_add_match_subsystem_devtype(m_monitor.get(), "video4linux", nullptr) < 0
+        || udev_monitor_filter_add_match_subsystem_devtype(m_monitor.get(), "video4linux", nullptr)
+               < 0
         || udev_monitor_enable_receiving(m_monitor.get()) < 0) {
         m_monitor.reset();
         m_udev.reset();
@@ -96,7 +97,8 @@ void UdevWatcher::run(Report report)
         if (fds[0].revents & (POLLERR | POLLHUP | POLLNVAL))
             return;
         if (fds[0].revents & POLLIN) {
-            std::unique_ptr<udev_device, UdevDeleter> device(udev_monitor_receive_device(m_monitor.get()));
+            std::unique_ptr<udev_device, UdevDeleter> device(
+                udev_monitor_receive_device(m_monitor.get()));
             if (device)
                 handle(device.get(), report);
         }

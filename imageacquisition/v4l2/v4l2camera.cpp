@@ -40,7 +40,8 @@ V4l2Camera::V4l2Camera(const V4l2Device& device, std::unique_ptr<V4l2Handle> han
         if (!setFormat(format, resolution, 0)) {
             m_format = format;
             m_resolution = resolution;
-            m_interval = m_formats[format].resolution(resolution)->getFrameIntervalCount() > 0 ? 0 : -1;
+            const V4l2Resolution* size = m_formats[format].resolution(resolution);
+            m_interval = size->getFrameIntervalCount() > 0 ? 0 : -1;
         }
     }
 }
@@ -138,8 +139,9 @@ bool V4l2Camera::applyInterval(const V4l2FrameInterval* interval)
 {
     v4l2_streamparm parameters{};
     parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    parameters.parm.capture.timeperframe.numerator = static_cast<__u32>(interval->getNumerator());
-    parameters.parm.capture.timeperframe.denominator = static_cast<__u32>(interval->getDenominator());
+    v4l2_fract& period = parameters.parm.capture.timeperframe;
+    period.numerator = static_cast<__u32>(interval->getNumerator());
+    period.denominator = static_cast<__u32>(interval->getDenominator());
     return m_handle->ioctl(VIDIOC_S_PARM, &parameters) == 0;
 }
 

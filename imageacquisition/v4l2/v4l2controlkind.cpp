@@ -8,7 +8,8 @@ namespace {
 // their own above that, and the old private range starts at its own base.
 bool isDriverPrivate(std::uint32_t id)
 {
-    return (id & 0xffff) >= 0x1000 || (id >= V4L2_CID_PRIVATE_BASE && id < V4L2_CID_PRIVATE_BASE + 0x10000);
+    return (id & 0xffff) >= 0x1000
+           || (id >= V4L2_CID_PRIVATE_BASE && id < V4L2_CID_PRIVATE_BASE + 0x10000);
 }
 
 } // namespace

@@ -137,7 +137,8 @@ int V4l2FormatReader::bytesPerLine(std::uint32_t fourcc, unsigned& width, unsign
         return -1;
     width = format.fmt.pix.width;
     height = format.fmt.pix.height;
-    return format.fmt.pix.bytesperline > INT_MAX ? 0 : static_cast<int>(format.fmt.pix.bytesperline);
+    const __u32 stride = format.fmt.pix.bytesperline;
+    return stride > INT_MAX ? 0 : static_cast<int>(stride);
 }
 
 } // namespace ImageAcquisition

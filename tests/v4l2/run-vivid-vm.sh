@@ -104,12 +104,15 @@ modprobe -d "$kernel_root" -S "$kver" --show-depends vivid | awk '/^insmod/ { pr
 [ -s "$stage/modules/load-order" ] || { echo "FAIL: vivid is not in $kver"; exit 1; }
 (cd "$stage" && find . | cpio -o -H newc --quiet) >"$cache/initramfs.cpio"
 
-# --- Boot. Without KVM the CPU is emulated (TCG): one CPU, no devices but the
-# serial console, which carries the guest's output and its closing status.
+# --- Boot: one CPU, no devices but the serial console, which carries the
+# guest's output and its closing status.
 log=$cache/guest.log
+accelerators=(-accel tcg)
+# Where KVM is at hand it is used, with the emulated CPU as the fall-back.
+[ -w /dev/kvm ] && accelerators=(-accel kvm -accel tcg)
 start=$(date +%s)
 set +e
-timeout "$timeout_seconds" qemu-system-x86_64 -accel tcg -m 1024 -nodefaults -display none \
+timeout "$timeout_seconds" qemu-system-x86_64 "${accelerators[@]}" -m 1024 -nodefaults -display none \
     -no-reboot -chardev stdio,id=console,signal=off -serial chardev:console \
     -kernel "$kernel" -initrd "$cache/initramfs.cpio" \
     -append "console=ttyS0 quiet panic=-1" </dev/null | tee "$log"
