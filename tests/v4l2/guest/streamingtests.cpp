@@ -222,6 +222,37 @@ void testStreaming()
     camera->releaseFrame(nullptr);
     CHECK_EQ(camera->stopStreaming(), 0);
 
+    // getFrame never waits for the next picture: at the slowest rate, the
+    // call right after a picture returns at once with an empty frame.
+    IResolution* size = format->getResolution(sizeIndex);
+    int slowest = 0;
+    for (int i = 1; i < size->getFrameIntervalCount(); ++i) {
+        IFrameInterval* candidate = size->getFrameInterval(i);
+        IFrameInterval* current = size->getFrameInterval(slowest);
+        if (1LL * candidate->getNumerator() * current->getDenominator()
+            > 1LL * current->getNumerator() * candidate->getDenominator())
+            slowest = i;
+    }
+    IFrameInterval* period = size->getFrameInterval(slowest);
+    CHECK_MSG(period->getNumerator() * 4 >= period->getDenominator(), "no slow rate to test with");
+    CHECK(camera->setFormat(preferred, sizeIndex, slowest));
+    CHECK_EQ(camera->allocateBuffers(2), 0);
+    CHECK_EQ(camera->startStreaming(), 0);
+    IFrame* first = waitForFrame(*camera, 10000);
+    CHECK(first);
+    if (first) {
+        camera->releaseFrame(first);
+        const long long before = monotonicMicroseconds();
+        IFrame* next = camera->getFrame();
+        const long long took = monotonicMicroseconds() - before;
+        CHECK(next && next->isEmpty());
+        CHECK_MSG(took < 100000, std::to_string(took) + " us");
+        camera->releaseFrame(next);
+    }
+    CHECK_EQ(camera->stopStreaming(), 0);
+    CHECK_EQ(camera->releaseBuffers(), 0);
+    CHECK(camera->setFormat(preferred, sizeIndex, intervalIndex));
+
     // Streaming again, then deleting the camera with a frame still out.
     CHECK_EQ(camera->allocateBuffers(2), 0);
     CHECK_EQ(camera->startStreaming(), 0);
