@@ -139,8 +139,8 @@ private slots:
         QFETCH(QList<unsigned>, range);
         QFETCH(bool, continuous);
         QFETCH(QString, expected);
-        const v4l2_frmival_stepwise stepwise{{range[0], range[1]}, {range[2], range[3]},
-                                             {range[4], range[5]}};
+        const v4l2_frmival_stepwise stepwise{
+            {range[0], range[1]}, {range[2], range[3]}, {range[4], range[5]}};
         QCOMPARE(intervalsText(RangeExpansion::intervals(stepwise, continuous)), expected);
     }
 
@@ -148,12 +148,18 @@ private slots:
     {
         QTest::addColumn<QString>("bcd");
         QTest::addColumn<QString>("text");
-        QTest::newRow("leading zero dropped") << "0102" << "1.02";
-        QTest::newRow("two-digit major") << "1234" << "12.34";
-        QTest::newRow("zero") << "0000" << "0.00";
-        QTest::newRow("not four digits") << "12" << "12";
-        QTest::newRow("not BCD") << "01a2" << "01a2";
-        QTest::newRow("empty") << "" << "";
+        QTest::newRow("leading zero dropped") << "0102"
+                                              << "1.02";
+        QTest::newRow("two-digit major") << "1234"
+                                         << "12.34";
+        QTest::newRow("zero") << "0000"
+                              << "0.00";
+        QTest::newRow("not four digits") << "12"
+                                         << "12";
+        QTest::newRow("not BCD") << "01a2"
+                                 << "01a2";
+        QTest::newRow("empty") << ""
+                               << "";
     }
 
     void bcdVersion()
@@ -182,7 +188,8 @@ private slots:
         const QString platform = root.path() + "/devices/platform/vivid.0";
         writeFile(platform + "/video4linux/video0/name", "vivid\n");
         QVERIFY(QFile::link("../../../vivid.0", platform + "/video4linux/video0/device"));
-        QVERIFY(QFile::link(platform + "/video4linux/video0", root.path() + "/class/video4linux/video0"));
+        QVERIFY(QFile::link(platform + "/video4linux/video0",
+                            root.path() + "/class/video4linux/video0"));
 
         SysfsReader reader(root.path().toStdString());
         const UsbInfo info = reader.usbInfo("video3");
@@ -226,8 +233,10 @@ private slots:
     {
         QTest::addColumn<unsigned>("caps");
         QTest::addColumn<bool>("usable");
-        QTest::newRow("capture, streaming") << unsigned(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING) << true;
-        QTest::newRow("capture, read only") << unsigned(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE) << false;
+        QTest::newRow("capture, streaming")
+            << unsigned(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING) << true;
+        QTest::newRow("capture, read only")
+            << unsigned(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE) << false;
         QTest::newRow("multi-planar")
             << unsigned(V4L2_CAP_VIDEO_CAPTURE_MPLANE | V4L2_CAP_STREAMING) << false;
         QTest::newRow("metadata") << unsigned(V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING) << false;
@@ -246,11 +255,14 @@ private slots:
 
     void fourccText()
     {
-        QCOMPARE(QString::fromStdString(V4l2PixelFormat::fourccText(V4L2_PIX_FMT_RGB24)), QString("RGB3"));
-        QCOMPARE(QString::fromStdString(V4l2PixelFormat::fourccText(v4l2_fourcc('Y', '8', ' ', ' '))),
-                 QString("Y8"));
-        QCOMPARE(QString::fromStdString(V4l2PixelFormat::fourccText(v4l2_fourcc_be('Y', '1', '6', ' '))),
-                 QString("Y16-BE"));
+        QCOMPARE(QString::fromStdString(V4l2PixelFormat::fourccText(V4L2_PIX_FMT_RGB24)),
+                 QString("RGB3"));
+        QCOMPARE(
+            QString::fromStdString(V4l2PixelFormat::fourccText(v4l2_fourcc('Y', '8', ' ', ' '))),
+            QString("Y8"));
+        QCOMPARE(
+            QString::fromStdString(V4l2PixelFormat::fourccText(v4l2_fourcc_be('Y', '1', '6', ' '))),
+            QString("Y16-BE"));
         QCOMPARE(QString::fromStdString(V4l2PixelFormat::fourccText(0x01020304)), QString("????"));
     }
 
@@ -293,16 +305,21 @@ private slots:
         QVERIFY(V4l2ControlKind::family(V4L2_CID_BRIGHTNESS, false)
                 != V4l2ControlKind::family(V4L2_CID_EXPOSURE_ABSOLUTE, false));
         QCOMPARE(V4l2ControlKind::family(V4L2_CID_BRIGHTNESS, true), ICameraControl::FamilyUser);
-        QCOMPARE(V4l2ControlKind::family(V4L2_CID_USER_BASE + 0x1001, true), ICameraControl::FamilyKelvane);
-        QCOMPARE(V4l2ControlKind::family(V4L2_CID_USER_BASE + 0x1001, false), ICameraControl::FamilyUser);
-        QCOMPARE(V4l2ControlKind::family(V4L2_CID_PRIVATE_BASE + 3, true), ICameraControl::FamilyKelvane);
-        QCOMPARE(V4l2ControlKind::family(V4L2_CID_PRIVATE_BASE + 3, false), ICameraControl::FamilyOther);
+        QCOMPARE(V4l2ControlKind::family(V4L2_CID_USER_BASE + 0x1001, true),
+                 ICameraControl::FamilyKelvane);
+        QCOMPARE(V4l2ControlKind::family(V4L2_CID_USER_BASE + 0x1001, false),
+                 ICameraControl::FamilyUser);
+        QCOMPARE(V4l2ControlKind::family(V4L2_CID_PRIVATE_BASE + 3, true),
+                 ICameraControl::FamilyKelvane);
+        QCOMPARE(V4l2ControlKind::family(V4L2_CID_PRIVATE_BASE + 3, false),
+                 ICameraControl::FamilyOther);
     }
 
     void videoNodesInNumberOrder()
     {
         QTemporaryDir dev;
-        for (const char* name : {"video10", "video2", "video0", "videoX", "vbi0", "video", "video3a"})
+        for (const char* name :
+             {"video10", "video2", "video0", "videoX", "vbi0", "video", "video3a"})
             writeFile(dev.path() + "/" + name, "");
         QStringList names;
         for (const auto& path : V4l2Backend::videoNodes(dev.path().toStdString()))

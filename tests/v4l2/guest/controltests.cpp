@@ -140,7 +140,8 @@ void testControls()
     checkAgainstDriver(*camera, raw);
 
     // Integer: written, read back through the driver and through refresh.
-    auto* brightness = dynamic_cast<ICameraControlNumeric<int>*>(findControl(*camera, "Brightness"));
+    auto* brightness =
+        dynamic_cast<ICameraControlNumeric<int>*>(findControl(*camera, "Brightness"));
     CHECK(brightness);
     if (brightness) {
         brightness->setValue(200);
@@ -155,7 +156,8 @@ void testControls()
         CHECK_EQ(brightness->getValue(), brightness->getMaximum());
     }
 
-    auto* wide = dynamic_cast<ICameraControlNumeric<long long>*>(findControl(*camera, "Integer 64 Bits"));
+    auto* wide =
+        dynamic_cast<ICameraControlNumeric<long long>*>(findControl(*camera, "Integer 64 Bits"));
     CHECK(wide);
     if (wide) {
         wide->setValue(0x123456789LL);
@@ -200,7 +202,8 @@ void testControls()
                   "vivid's menu is expected to have a gap");
         for (int e = 0; e < menu->getEntryCount(); ++e) {
             menu->setIndex(e);
-            CHECK_EQ(raw.value(query.id), static_cast<long long>(items[static_cast<std::size_t>(e)].index));
+            CHECK_EQ(raw.value(query.id),
+                     static_cast<long long>(items[static_cast<std::size_t>(e)].index));
             CHECK_EQ(menu->getIndex(), e);
         }
         CHECK(refused([&] { menu->setIndex(menu->getEntryCount()); }));
@@ -215,7 +218,8 @@ void testControls()
     }
 
     // A read-only control refuses writes with the driver's reason.
-    auto* readOnly = dynamic_cast<ICameraControlNumeric<int>*>(findControl(*camera, "Read-Only Integer 32 Bits"));
+    auto* readOnly = dynamic_cast<ICameraControlNumeric<int>*>(
+        findControl(*camera, "Read-Only Integer 32 Bits"));
     CHECK(readOnly);
     if (readOnly) {
         CHECK(readOnly->isReadOnly());
@@ -244,8 +248,9 @@ void testControls()
     // Soft reset: every writable control back to the driver's default.
     camera->reset();
     for (const auto& query : raw.controls()) {
-        if ((query.flags & (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY | V4L2_CTRL_FLAG_VOLATILE
-                            | V4L2_CTRL_FLAG_DISABLED | V4L2_CTRL_FLAG_INACTIVE))
+        if ((query.flags
+             & (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY | V4L2_CTRL_FLAG_VOLATILE
+                | V4L2_CTRL_FLAG_DISABLED | V4L2_CTRL_FLAG_INACTIVE))
             || query.nr_of_dims > 0)
             continue;
         switch (query.type) {
@@ -257,19 +262,21 @@ void testControls()
             CHECK_MSG(raw.value(query.id) == query.default_value, name(query));
             break;
         case V4L2_CTRL_TYPE_BITMASK:
-            CHECK_MSG(static_cast<__u32>(raw.value(query.id)) == static_cast<__u32>(query.default_value),
+            CHECK_MSG(static_cast<__u32>(raw.value(query.id))
+                          == static_cast<__u32>(query.default_value),
                       name(query));
             break;
         case V4L2_CTRL_TYPE_STRING:
-            CHECK_MSG(raw.text(query.id) == std::string(static_cast<std::size_t>(query.minimum), ' '),
+            CHECK_MSG(raw.text(query.id)
+                          == std::string(static_cast<std::size_t>(query.minimum), ' '),
                       name(query));
             break;
-        default:
-            break;
+        default: break;
         }
     }
     if (brightness)
-        CHECK_EQ(static_cast<long long>(brightness->getValue()), raw.control(V4L2_CID_BRIGHTNESS).default_value);
+        CHECK_EQ(static_cast<long long>(brightness->getValue()),
+                 raw.control(V4L2_CID_BRIGHTNESS).default_value);
 }
 
 } // namespace Guest

@@ -23,7 +23,8 @@ void checkDevice(const IDevice& device, const v4l2_capability& capability)
     CHECK_EQ(std::string(device.getSystemName()), std::string("/dev/video0"));
     CHECK_EQ(std::string(device.getName()), field(capability.card, sizeof capability.card));
     CHECK_EQ(std::string(device.getDriver()), std::string("vivid"));
-    CHECK_EQ(std::string(device.getBusInfo()), field(capability.bus_info, sizeof capability.bus_info));
+    CHECK_EQ(std::string(device.getBusInfo()),
+             field(capability.bus_info, sizeof capability.bus_info));
     const std::string version = std::to_string(capability.version >> 16) + "."
                                 + std::to_string((capability.version >> 8) & 0xff) + "."
                                 + std::to_string(capability.version & 0xff);
@@ -80,7 +81,8 @@ void testEnumeration()
             continue;
         ++native;
         if (static_cast<std::size_t>(i) >= formats.size()) {
-            CHECK_MSG(false, std::string("format not reported by the driver: ") + format->getFourCC());
+            CHECK_MSG(false,
+                      std::string("format not reported by the driver: ") + format->getFourCC());
             continue;
         }
         const v4l2_fmtdesc& expected = formats[static_cast<std::size_t>(i)];
@@ -89,7 +91,8 @@ void testEnumeration()
         CHECK_EQ(format->isCompressed(), (expected.flags & V4L2_FMT_FLAG_COMPRESSED) != 0);
         const auto sizes = raw.sizes(expected.pixelformat);
         CHECK_EQ(format->getResolutionCount(), static_cast<int>(sizes.size()));
-        for (int r = 0; r < format->getResolutionCount() && r < static_cast<int>(sizes.size()); ++r) {
+        for (int r = 0; r < format->getResolutionCount() && r < static_cast<int>(sizes.size());
+             ++r) {
             IResolution* resolution = format->getResolution(r);
             const auto& size = sizes[static_cast<std::size_t>(r)];
             CHECK_EQ(resolution->getWidth(), size.first);
@@ -98,7 +101,9 @@ void testEnumeration()
             CHECK_EQ(resolution->getBytesPerLine(), static_cast<int>(tried.fmt.pix.bytesperline));
             const auto intervals = raw.intervals(expected.pixelformat, size.first, size.second);
             CHECK_EQ(resolution->getFrameIntervalCount(), static_cast<int>(intervals.size()));
-            for (int f = 0; f < resolution->getFrameIntervalCount() && f < static_cast<int>(intervals.size()); ++f) {
+            for (int f = 0;
+                 f < resolution->getFrameIntervalCount() && f < static_cast<int>(intervals.size());
+                 ++f) {
                 CHECK_EQ(static_cast<unsigned>(resolution->getFrameInterval(f)->getNumerator()),
                          intervals[static_cast<std::size_t>(f)].first);
                 CHECK_EQ(static_cast<unsigned>(resolution->getFrameInterval(f)->getDenominator()),

@@ -60,9 +60,8 @@ std::vector<std::pair<unsigned, unsigned>> RawDevice::sizes(std::uint32_t fourcc
     return result;
 }
 
-std::vector<std::pair<unsigned, unsigned>> RawDevice::intervals(std::uint32_t fourcc,
-                                                                unsigned width,
-                                                                unsigned height) const
+std::vector<std::pair<unsigned, unsigned>>
+RawDevice::intervals(std::uint32_t fourcc, unsigned width, unsigned height) const
 {
     std::vector<std::pair<unsigned, unsigned>> result;
     for (__u32 index = 0;; ++index) {

@@ -59,7 +59,8 @@ void streamOneFormat(IStreamingCamera& camera, int index, const RawDevice* raw)
         if (isRgb24(fourcc))
             CHECK_MSG(frame->getSize() == stride * rows, what);
         if (raw && !format->isEmulated())
-            CHECK_EQ(static_cast<unsigned>(frame->getSize()), raw->currentFormat().fmt.pix.sizeimage);
+            CHECK_EQ(static_cast<unsigned>(frame->getSize()),
+                     raw->currentFormat().fmt.pix.sizeimage);
         const IFrame::TimeStamp stamp = frame->getTimeStamp();
         CHECK_MSG(stamp.seconds > 0 || stamp.microseconds > 0, what);
         CHECK_MSG(stamp.microseconds >= 0 && stamp.microseconds < 1000000, what);
