@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/install-deps.sh build test
+scripts/install-deps.sh build test vivid
 rm -rf build-test
 cmake -S . -B build-test -DCMAKE_BUILD_TYPE=Debug -DTARVELLO_SANITIZE=ON >/dev/null
 cmake --build build-test -j2

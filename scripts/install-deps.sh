@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, if any is missing.
-# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package)
+# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package vivid)
 set -euo pipefail
 
 packages=()
+# The vivid test downloads Debian's kernel package, so apt must know it.
+needs_kernel_index=false
 for group in "$@"; do
     case "$group" in
     build)
@@ -15,6 +17,12 @@ for group in "$@"; do
         packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file) ;;
     package)
         packages+=(dpkg-dev file) ;;
+    vivid)
+        # The virtual machine that tests the V4L2 backend against the kernel's
+        # vivid driver. The kernel itself is not installed: the test unpacks
+        # Debian's image package into the build tree.
+        packages+=(qemu-system-x86 busybox-static kmod cpio xz-utils)
+        needs_kernel_index=true ;;
     *)
         echo "install-deps: unknown group '$group'" >&2
         exit 2 ;;
@@ -27,17 +35,23 @@ for p in "${packages[@]}"; do
         missing+=("$p")
     fi
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+stale_index=false
+if $needs_kernel_index && ! apt-cache show linux-image-amd64 >/dev/null 2>&1; then
+    stale_index=true
+fi
+[ ${#missing[@]} -eq 0 ] && ! $stale_index && exit 0
 
-echo "Installing: ${missing[*]}"
+[ ${#missing[@]} -eq 0 ] || echo "Installing: ${missing[*]}"
 if [ "$(id -u)" -eq 0 ]; then
     apt_get=(apt-get)
 elif command -v sudo >/dev/null; then
     apt_get=(sudo apt-get)
 else
-    echo "install-deps: these Debian packages are missing and I am not root: ${missing[*]}" >&2
+    echo "install-deps: not root, cannot install (${missing[*]}) or update apt's index" >&2
     exit 1
 fi
 export DEBIAN_FRONTEND=noninteractive
 "${apt_get[@]}" update -qq
-"${apt_get[@]}" install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ ${#missing[@]} -gt 0 ]; then
+    "${apt_get[@]}" install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi

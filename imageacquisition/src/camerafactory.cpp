@@ -2,10 +2,15 @@
 
 #include "continuouscameramonitor.h"
 #include "devicelist.h"
+#include "v4l2backend.h"
 
 namespace ImageAcquisition {
 
-CameraFactory::CameraFactory() = default;
+CameraFactory::CameraFactory()
+{
+    // Real devices are listed first.
+    m_backends.push_back(createV4l2Backend());
+}
 
 CameraFactory::~CameraFactory() = default;
 

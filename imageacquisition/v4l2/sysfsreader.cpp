@@ -1,0 +1,93 @@
+#include "sysfsreader.h"
+
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <sys/stat.h>
+#include <utility>
+
+namespace ImageAcquisition {
+
+namespace {
+
+std::string canonicalPath(const std::string& path)
+{
+    char resolved[PATH_MAX];
+    if (!::realpath(path.c_str(), resolved))
+        return std::string();
+    return resolved;
+}
+
+bool isRegularFile(const std::string& path)
+{
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+std::string parentDirectory(const std::string& path)
+{
+    auto slash = path.find_last_of('/');
+    return slash == std::string::npos || slash == 0 ? std::string() : path.substr(0, slash);
+}
+
+bool isBcdDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+} // namespace
+
+SysfsReader::SysfsReader(std::string root) : m_root(std::move(root)) {}
+
+UsbInfo SysfsReader::usbInfo(const std::string& nodeName) const
+{
+    UsbInfo info;
+    if (nodeName.empty() || nodeName.find('/') != std::string::npos)
+        return info;
+    const std::string devices = canonicalPath(m_root + "/devices");
+    std::string directory = canonicalPath(m_root + "/class/video4linux/" + nodeName + "/device");
+    if (devices.empty() || directory.empty())
+        return info;
+    // The node hangs below a USB interface; the device with the descriptor
+    // attributes is an ancestor. Stay inside the device tree while climbing.
+    while (directory.size() > devices.size()
+           && directory.compare(0, devices.size(), devices) == 0) {
+        if (isRegularFile(directory + "/idVendor")) {
+            info.vendorId = readAttribute(directory, "idVendor");
+            info.productId = readAttribute(directory, "idProduct");
+            info.manufacturer = readAttribute(directory, "manufacturer");
+            info.serial = readAttribute(directory, "serial");
+            info.firmwareVersion = formatBcdVersion(readAttribute(directory, "bcdDevice"));
+            break;
+        }
+        directory = parentDirectory(directory);
+    }
+    return info;
+}
+
+std::string SysfsReader::formatBcdVersion(const std::string& bcd)
+{
+    if (bcd.size() != 4)
+        return bcd;
+    for (char c : bcd) {
+        if (!isBcdDigit(c))
+            return bcd;
+    }
+    std::string major = bcd.substr(0, 2);
+    if (major[0] == '0')
+        major.erase(0, 1);
+    return major + "." + bcd.substr(2, 2);
+}
+
+std::string SysfsReader::readAttribute(const std::string& directory, const char* name) const
+{
+    std::ifstream file(directory + "/" + name);
+    std::string value;
+    if (!file || !std::getline(file, value))
+        return std::string();
+    while (!value.empty() && (value.back() == '\n' || value.back() == '\r' || value.back() == ' '))
+        value.pop_back();
+    return value;
+}
+
+} // namespace ImageAcquisition

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "usbinfo.h"
+
+#include <string>
+
+namespace ImageAcquisition {
+
+// Reads the properties of a video node's USB parent from sysfs. The root is
+// a parameter so that the parsing can be tried on a fake tree.
+class SysfsReader
+{
+public:
+    explicit SysfsReader(std::string root = "/sys");
+
+    // nodeName is the node's name without /dev/, e.g. "video0".
+    UsbInfo usbInfo(const std::string& nodeName) const;
+
+    // "0102" -> "1.02", "1234" -> "12.34"; anything that is not four BCD
+    // digits comes back unchanged.
+    static std::string formatBcdVersion(const std::string& bcd);
+
+private:
+    std::string readAttribute(const std::string& directory, const char* name) const;
+
+    std::string m_root;
+};
+
+} // namespace ImageAcquisition

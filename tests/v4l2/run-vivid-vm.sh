@@ -1,0 +1,132 @@
+#!/usr/bin/env bash
+# Runs the V4L2 backend's guest tests against the kernel's vivid driver in a
+# throw-away virtual machine: Debian's kernel, vivid and its dependencies, a
+# busybox initramfs with the test program and its shared libraries.
+#
+# Usage: run-vivid-vm.sh GUEST_TEST_BINARY CACHE_DIR
+#
+# Exits 0 when every guest test passed, 77 when this machine cannot run the
+# virtual machine (a tool or the kernel package is missing), 1 otherwise.
+set -euo pipefail
+# Byte-wise matching for the search in the compressed kernel.
+export LC_ALL=C
+
+guest_binary=$(readlink -f "$1")
+cache=$2
+here=$(cd "$(dirname "$0")" && pwd)
+skip=77
+timeout_seconds=${VIVID_VM_TIMEOUT:-420}
+
+skip() {
+    echo "SKIP: $*"
+    exit $skip
+}
+
+for tool in qemu-system-x86_64 busybox depmod modprobe cpio xz dpkg-deb ldd timeout; do
+    command -v "$tool" >/dev/null 2>&1 || PATH=$PATH:/sbin:/usr/sbin
+    command -v "$tool" >/dev/null 2>&1 \
+        || skip "'$tool' is missing; install the test tools with scripts/install-deps.sh vivid"
+done
+busybox_path=$(command -v busybox)
+if ldd "$busybox_path" >/dev/null 2>&1; then
+    skip "$busybox_path is not statically linked; install busybox-static"
+fi
+
+mkdir -p "$cache"
+cache=$(readlink -f "$cache")
+
+# --- The kernel: Debian's current image package, unpacked without running its
+# maintainer scripts (no initramfs generation), kept in the cache.
+kernel_root=$cache/kernel
+if [ ! -f "$kernel_root/ready" ]; then
+    package=$(apt-cache depends linux-image-amd64 2>/dev/null \
+              | awk '/Depends: linux-image-[0-9]/ { print $2; exit }')
+    [ -n "$package" ] || skip "apt cannot name Debian's kernel package (run apt-get update)"
+    rm -rf "$kernel_root" "$cache"/linux-image-*.deb
+    mkdir -p "$kernel_root"
+    deb=$(ls /var/cache/apt/archives/"$package"_*.deb 2>/dev/null | head -n 1 || true)
+    if [ -z "$deb" ]; then
+        (cd "$cache" && apt-get download "$package" >/dev/null 2>&1) \
+            || skip "cannot download $package"
+        deb=$(ls "$cache/$package"_*.deb | head -n 1)
+    fi
+    # Only what the guest needs: the kernel and the media drivers.
+    dpkg-deb --fsys-tarfile "$deb" | tar -x -C "$kernel_root" --wildcards \
+        './boot/vmlinuz-*' './lib/modules/*/kernel/drivers/media/*' \
+        './lib/modules/*/modules.builtin*' './lib/modules/*/modules.order'
+    rm -f "$cache/$package"_*.deb
+    kver=$(basename "$(ls -d "$kernel_root"/lib/modules/*)")
+    depmod -b "$kernel_root" "$kver"
+    # The uncompressed kernel has a PVH entry point that qemu boots directly,
+    # which saves the decompression inside the slow emulated CPU. xz reports
+    # the padding after the stream as an error; the kernel itself is whole.
+    vmlinuz=$kernel_root/boot/vmlinuz-$kver
+    offset=$(grep -obUaP '\xfd7zXZ' "$vmlinuz" | head -n 1 | cut -d: -f1 || true)
+    if [ -n "$offset" ]; then
+        tail -c +$((offset + 1)) "$vmlinuz" | xz -dc >"$kernel_root/vmlinux" 2>/dev/null || true
+        if ! head -c 4 "$kernel_root/vmlinux" | grep -q ELF; then
+            rm -f "$kernel_root/vmlinux"
+        fi
+    fi
+    echo "$kver" >"$kernel_root/ready"
+fi
+kver=$(cat "$kernel_root/ready")
+kernel=$kernel_root/vmlinux
+[ -f "$kernel" ] || kernel=$kernel_root/boot/vmlinuz-$kver
+
+# --- The initramfs, built anew each run since the test program changes.
+stage=$cache/initramfs
+rm -rf "$stage"
+mkdir -p "$stage"/{bin,dev,proc,sys,tmp,modules,lib64,lib/x86_64-linux-gnu}
+cp "$busybox_path" "$stage/bin/busybox"
+cp "$here/guest-init.sh" "$stage/init"
+chmod +x "$stage/init"
+cp "$guest_binary" "$stage/bin/v4l2-guest-test"
+# The shared libraries of the test program (the camera layer, libv4l2,
+# libudev, the sanitizer runtimes in a sanitized build), flattened into the
+# two folders the dynamic loader searches by default.
+ldd "$guest_binary" | awk '$2 == "=>" && $3 ~ /^\// { print $3 } $1 ~ /^\// { print $1 }' | while read -r lib; do
+    case "$lib" in
+    */ld-linux-x86-64.so.2) cp -L "$lib" "$stage/lib64/ld-linux-x86-64.so.2" ;;
+    *) cp -L "$lib" "$stage/lib/x86_64-linux-gnu/" ;;
+    esac
+done
+# vivid and the modules it needs, in load order.
+modprobe -d "$kernel_root" -S "$kver" --show-depends vivid | awk '/^insmod/ { print $2 }' \
+    | while read -r module; do
+        name=$(basename "$module")
+        case "$name" in
+        *.xz) xz -dc "$module" >"$stage/modules/${name%.xz}"; name=${name%.xz} ;;
+        *) cp "$module" "$stage/modules/$name" ;;
+        esac
+        echo "$name" >>"$stage/modules/load-order"
+    done
+[ -s "$stage/modules/load-order" ] || { echo "FAIL: vivid is not in $kver"; exit 1; }
+(cd "$stage" && find . | cpio -o -H newc --quiet) >"$cache/initramfs.cpio"
+
+# --- Boot: one CPU, no devices but the serial console, which carries the
+# guest's output and its closing status.
+log=$cache/guest.log
+accelerators=(-accel tcg)
+# Where KVM is at hand it is used, with the emulated CPU as the fall-back.
+[ -w /dev/kvm ] && accelerators=(-accel kvm -accel tcg)
+start=$(date +%s)
+set +e
+timeout "$timeout_seconds" qemu-system-x86_64 "${accelerators[@]}" -m 1024 -nodefaults -display none \
+    -no-reboot -chardev stdio,id=console,signal=off -serial chardev:console \
+    -kernel "$kernel" -initrd "$cache/initramfs.cpio" \
+    -append "console=ttyS0 quiet panic=-1" </dev/null | tee "$log"
+qemu_status=${PIPESTATUS[0]}
+set -e
+echo "virtual machine ran $(($(date +%s) - start)) s (qemu status $qemu_status)"
+if [ "$qemu_status" -eq 124 ]; then
+    echo "FAIL: the virtual machine did not finish within $timeout_seconds s"
+    exit 1
+fi
+status=$(tr -d '\r' <"$log" | sed -n 's/^V4L2-GUEST-STATUS: \([0-9]*\)$/\1/p' | tail -n 1)
+if [ -z "$status" ]; then
+    echo "FAIL: the guest did not report a status"
+    exit 1
+fi
+[ "$status" -eq 0 ] || { echo "FAIL: guest tests failed"; exit 1; }
+echo "PASS: guest tests against vivid"
