@@ -2,10 +2,15 @@
 
 #include "continuouscameramonitor.h"
 #include "devicelist.h"
+#include "virtual/virtualbackend.h"
 
 namespace ImageAcquisition {
 
-CameraFactory::CameraFactory() = default;
+CameraFactory::CameraFactory()
+{
+    // Listed in this order: real devices first, then virtual cameras.
+    m_backends.push_back(createVirtualBackend());
+}
 
 CameraFactory::~CameraFactory() = default;
 

@@ -1,0 +1,47 @@
+#include "colourconversion.h"
+
+namespace ImageAcquisition {
+
+ColourConversion::Yuv ColourConversion::toYuv(const Rgb& c)
+{
+    const int r = c.r, g = c.g, b = c.b;
+    return {static_cast<unsigned char>(((66 * r + 129 * g + 25 * b + 128) >> 8) + 16),
+            static_cast<unsigned char>(((-38 * r - 74 * g + 112 * b + 128) >> 8) + 128),
+            static_cast<unsigned char>(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128)};
+}
+
+void ColourConversion::toBgr(const RgbImage& image, unsigned char* out)
+{
+    const unsigned char* src = image.pixels.data();
+    const size_t pixels = static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
+    for (size_t i = 0; i < pixels; ++i, src += 3, out += 3) {
+        out[0] = src[2];
+        out[1] = src[1];
+        out[2] = src[0];
+    }
+}
+
+void ColourConversion::toYuyv(const RgbImage& image, unsigned char* out)
+{
+    for (int y = 0; y < image.height; ++y) {
+        const unsigned char* src = image.row(y);
+        unsigned char* dst = out + static_cast<size_t>(y) * static_cast<size_t>(image.width) * 2;
+        for (int x = 0; x < image.width; x += 2, src += 6, dst += 4) {
+            const bool pair = x + 1 < image.width;
+            const unsigned char* second = pair ? src + 3 : src;
+            const Yuv a = toYuv({src[0], src[1], src[2]});
+            const Yuv b = toYuv({second[0], second[1], second[2]});
+            const Yuv mean = toYuv({static_cast<unsigned char>((src[0] + second[0] + 1) / 2),
+                                    static_cast<unsigned char>((src[1] + second[1] + 1) / 2),
+                                    static_cast<unsigned char>((src[2] + second[2] + 1) / 2)});
+            dst[0] = a.y;
+            dst[1] = mean.u;
+            if (pair) {
+                dst[2] = b.y;
+                dst[3] = mean.v;
+            }
+        }
+    }
+}
+
+} // namespace ImageAcquisition

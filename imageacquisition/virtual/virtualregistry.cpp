@@ -1,0 +1,129 @@
+#include "virtualregistry.h"
+
+#include <imageacquisition/icameraevent.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace ImageAcquisition {
+
+namespace {
+
+int countFromEnvironment()
+{
+    const char* text = std::getenv(VirtualRegistry::kCountVariable);
+    if (!text || !*text)
+        return 0;
+    char* end = nullptr;
+    const long count = std::strtol(text, &end, 10);
+    if (*end != '\0' || count < 0)
+        return 0;
+    return static_cast<int>(std::min<long>(count, VirtualRegistry::kMaxFromEnvironment));
+}
+
+} // namespace
+
+VirtualRegistry& VirtualRegistry::instance()
+{
+    static VirtualRegistry registry;
+    return registry;
+}
+
+VirtualRegistry::~VirtualRegistry()
+{
+    // At exit: unplug what is left, so links are removed even where a camera
+    // object was never deleted.
+    for (auto& unit : m_units)
+        unit->unplug();
+}
+
+void VirtualRegistry::followEnvironment()
+{
+    const int wanted = countFromEnvironment();
+    const int change = wanted - m_environmentCount;
+    m_environmentCount = wanted;
+    for (int i = 0; i < change; ++i)
+        m_units.push_back(std::make_shared<VirtualUnit>(m_nextNumber++));
+    for (int i = 0; i < -change && !m_units.empty(); ++i)
+        remove(m_units.size() - 1);
+}
+
+std::shared_ptr<VirtualUnit> VirtualRegistry::remove(size_t index)
+{
+    std::shared_ptr<VirtualUnit> unit = m_units[index];
+    m_units.erase(m_units.begin() + static_cast<long>(index));
+    unit->unplug();
+    return unit;
+}
+
+std::vector<std::shared_ptr<VirtualUnit>> VirtualRegistry::units()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    followEnvironment();
+    // One serial device path for all: the first camera that can take it.
+    for (auto& unit : m_units) {
+        if (unit->linkSerialLine())
+            break;
+    }
+    return m_units;
+}
+
+int VirtualRegistry::count()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    followEnvironment();
+    return static_cast<int>(m_units.size());
+}
+
+int VirtualRegistry::plug()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    followEnvironment();
+    m_units.push_back(std::make_shared<VirtualUnit>(m_nextNumber++));
+    notify(ICameraEvent::CameraAdded);
+    return static_cast<int>(m_units.size()) - 1;
+}
+
+bool VirtualRegistry::unplug(int index)
+{
+    std::shared_ptr<VirtualUnit> gone;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        followEnvironment();
+        if (index < 0 || index >= static_cast<int>(m_units.size()))
+            return false;
+        gone = remove(static_cast<size_t>(index));
+        notify(ICameraEvent::CameraRemoved);
+    }
+    // A unit nobody holds any more is destroyed here, outside the lock.
+    return true;
+}
+
+std::shared_ptr<VirtualUnit> VirtualRegistry::unit(int index)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    followEnvironment();
+    if (index < 0 || index >= static_cast<int>(m_units.size()))
+        return nullptr;
+    return m_units[static_cast<size_t>(index)];
+}
+
+void VirtualRegistry::addListener(HotplugListener* listener)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_listeners.push_back(listener);
+}
+
+void VirtualRegistry::removeListener(HotplugListener* listener)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_listeners.erase(std::remove(m_listeners.begin(), m_listeners.end(), listener), m_listeners.end());
+}
+
+void VirtualRegistry::notify(int type)
+{
+    for (HotplugListener* listener : m_listeners)
+        listener->onHotplug(type);
+}
+
+} // namespace ImageAcquisition
