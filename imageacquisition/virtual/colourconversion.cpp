@@ -23,22 +23,23 @@ void ColourConversion::toBgr(const RgbImage& image, unsigned char* out)
 
 void ColourConversion::toYuyv(const RgbImage& image, unsigned char* out)
 {
+    // Written out rather than through toYuv(): this runs over whole frames
+    // whenever a setting changes the picture.
+    auto luma = [](int r, int g, int b) { return static_cast<unsigned char>(((66 * r + 129 * g + 25 * b + 128) >> 8) + 16); };
     for (int y = 0; y < image.height; ++y) {
         const unsigned char* src = image.row(y);
         unsigned char* dst = out + static_cast<size_t>(y) * static_cast<size_t>(image.width) * 2;
         for (int x = 0; x < image.width; x += 2, src += 6, dst += 4) {
             const bool pair = x + 1 < image.width;
             const unsigned char* second = pair ? src + 3 : src;
-            const Yuv a = toYuv({src[0], src[1], src[2]});
-            const Yuv b = toYuv({second[0], second[1], second[2]});
-            const Yuv mean = toYuv({static_cast<unsigned char>((src[0] + second[0] + 1) / 2),
-                                    static_cast<unsigned char>((src[1] + second[1] + 1) / 2),
-                                    static_cast<unsigned char>((src[2] + second[2] + 1) / 2)});
-            dst[0] = a.y;
-            dst[1] = mean.u;
+            const int r = (src[0] + second[0] + 1) >> 1;
+            const int g = (src[1] + second[1] + 1) >> 1;
+            const int b = (src[2] + second[2] + 1) >> 1;
+            dst[0] = luma(src[0], src[1], src[2]);
+            dst[1] = static_cast<unsigned char>(((-38 * r - 74 * g + 112 * b + 128) >> 8) + 128);
             if (pair) {
-                dst[2] = b.y;
-                dst[3] = mean.v;
+                dst[2] = luma(second[0], second[1], second[2]);
+                dst[3] = static_cast<unsigned char>(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128);
             }
         }
     }

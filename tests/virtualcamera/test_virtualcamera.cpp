@@ -1,6 +1,8 @@
 // The virtual camera through the camera layer's own interfaces.
 #include "virtualcameratesting.h"
 
+#include "thermalmodel.h"
+
 #include <assertfailureexception.h>
 
 #include <QImage>
@@ -586,6 +588,24 @@ private slots:
         VirtualCameras::plug();
         QTest::qWait(50);
         QCOMPARE(client.seen().size(), 2);
+    }
+
+    void temperatureFollowsLoadAndFan()
+    {
+        // Over-temperature is a minute or so away without the fan, never with it.
+        ThermalModel hot(1000.0), cool(1000.0);
+        double overAfter = 0;
+        for (int s = 1; s <= 600; ++s) {
+            hot.advance(1000.0 + s, 1.0, false);
+            cool.advance(1000.0 + s, 1.0, true);
+            if (overAfter == 0 && hot.celsius() > ThermalModel::kOverTemperature)
+                overAfter = s;
+        }
+        QVERIFY2(overAfter > 20 && overAfter < 90, QByteArray::number(overAfter));
+        QVERIFY2(cool.celsius() < 45, QByteArray::number(cool.celsius()));
+        const double now = cool.celsius();
+        cool.advance(1000.0, 0.0, false); // time going back changes nothing
+        QCOMPARE(cool.celsius(), now);
     }
 
 private:
