@@ -4,13 +4,15 @@
 
 namespace ImageAcquisition {
 
-void FramePool::allocate(int count)
+void FramePool::allocate(int count, size_t bytes)
 {
     release();
     count = std::clamp(count, 1, kMaxCount);
     m_slots.resize(static_cast<size_t>(count));
-    for (Slot& slot : m_slots)
+    for (Slot& slot : m_slots) {
         slot.frame = std::make_unique<VirtualFrame>();
+        slot.frame->storage().resize(bytes);
+    }
 }
 
 void FramePool::release()

@@ -2,6 +2,7 @@
 
 #include "virtualframe.h"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -16,8 +17,9 @@ class FramePool
 public:
     static constexpr int kMaxCount = 16;
 
-    // Replaces the buffers by count new ones (count is clamped to 1 .. kMaxCount).
-    void allocate(int count);
+    // Replaces the buffers by count new ones of bytes each (count is clamped
+    // to 1 .. kMaxCount). The memory is touched now, not by the first frames.
+    void allocate(int count, size_t bytes);
     void release();
     bool isAllocated() const { return !m_slots.empty(); }
     int size() const { return static_cast<int>(m_slots.size()); }

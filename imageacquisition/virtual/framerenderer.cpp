@@ -65,13 +65,21 @@ const std::vector<unsigned char>& FrameRenderer::background(Encoding encoding)
     return m_converted;
 }
 
+void FrameRenderer::prepare(Encoding encoding, int width, int height, const ImageSettings& settings)
+{
+    if (width <= 0 || height <= 0)
+        return;
+    prepareScene({width, height, settings.pattern, settings.defocus / kFocusQuantum});
+    prepareLitScene(ToneCurve::parametersOf(settings));
+    background(encoding);
+}
+
 size_t FrameRenderer::render(Encoding encoding, int width, int height, const ImageSettings& settings,
                              const FrameInfo& info, std::vector<unsigned char>& out)
 {
     if (width <= 0 || height <= 0)
         return 0;
-    prepareScene({width, height, settings.pattern, settings.defocus / kFocusQuantum});
-    prepareLitScene(ToneCurve::parametersOf(settings));
+    prepare(encoding, width, height, settings);
     const std::vector<unsigned char>& still = background(encoding);
     const SceneLayout layout(width, height);
 

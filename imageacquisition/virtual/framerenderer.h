@@ -24,6 +24,9 @@ public:
     // returns its size in bytes; 0 when it could not be made.
     size_t render(Encoding encoding, int width, int height, const ImageSettings& settings, const FrameInfo& info,
                   std::vector<unsigned char>& out);
+    // Makes the kept stages ready, so that the next render costs only its
+    // own frame (a stream start can afford the wait, a frame cannot).
+    void prepare(Encoding encoding, int width, int height, const ImageSettings& settings);
 
 private:
     struct SceneKey

@@ -111,7 +111,11 @@ int VirtualCamera::allocateBuffers(int count)
         return -EBUSY;
     if (!m_unit->claimStream(this))
         return -EBUSY;
-    m_pool.allocate(count);
+    // A compressed frame of the test picture takes well under a byte a pixel;
+    // a larger one grows its buffer.
+    const size_t rowBytes = format().isCompressed() ? resolution().getWidth() / 2
+                                                    : static_cast<size_t>(resolution().getBytesPerLine());
+    m_pool.allocate(count, rowBytes * resolution().getHeight());
     return 0;
 }
 
@@ -123,11 +127,15 @@ int VirtualCamera::startStreaming()
         return -EINVAL;
     if (m_streaming)
         return 0;
-    m_clock.start(monotonicNanoseconds(), interval().periodNanoseconds());
     const double rate = double(resolution().getWidth()) * resolution().getHeight() * interval().getDenominator()
                         / interval().getNumerator();
     m_unit->state().streamStarted(caption(), rate / kFullPixelRate);
-    m_sequenceGeneration = m_unit->state().settings().sequenceGeneration;
+    const ImageSettings settings = m_unit->state().settings();
+    m_sequenceGeneration = settings.sequenceGeneration;
+    m_renderer.prepare(format().encoding(), static_cast<int>(resolution().getWidth()),
+                       static_cast<int>(resolution().getHeight()), settings);
+    // The sensor starts exposing once everything is ready.
+    m_clock.start(monotonicNanoseconds(), interval().periodNanoseconds());
     m_streaming = true;
     return 0;
 }
