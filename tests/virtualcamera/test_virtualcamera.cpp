@@ -1,11 +1,14 @@
 // The virtual camera through the camera layer's own interfaces.
 #include "virtualcameratesting.h"
 
+#include "devicelink.h"
 #include "thermalmodel.h"
 
 #include <assertfailureexception.h>
 
+#include <QFile>
 #include <QImage>
+#include <QTemporaryDir>
 #include <QSet>
 #include <QtTest>
 
@@ -15,6 +18,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <mutex>
+#include <sys/wait.h>
 #include <set>
 #include <termios.h>
 #include <thread>
@@ -606,6 +610,42 @@ private slots:
         const double now = cool.celsius();
         cool.advance(1000.0, 0.0, false); // time going back changes nothing
         QCOMPARE(cool.celsius(), now);
+    }
+
+    void serialDeviceLinkIsTakenOnlyWhenFreeOrAbandoned()
+    {
+        QTemporaryDir folder;
+        const std::string path = folder.filePath("ttyACM0").toStdString();
+        const std::string note = folder.filePath(".ttyACM0.owner").toStdString();
+        int error = 0;
+        {
+            auto link = DeviceLink::create("/dev/null", path, error);
+            QVERIFY(link);
+            QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/null"));
+            QVERIFY(!DeviceLink::create("/dev/zero", path, error)); // taken, by a live process
+            QCOMPARE(error, -EEXIST);
+        }
+        QVERIFY(!QFile::exists(QString::fromStdString(path)));
+        QVERIFY(!QFile::exists(QString::fromStdString(note)));
+
+        // A link whose maker has ended is taken over.
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(0);
+        waitpid(child, nullptr, 0);
+        QVERIFY(symlink("/dev/null", path.c_str()) == 0);
+        QFile owner(QString::fromStdString(note));
+        QVERIFY(owner.open(QIODevice::WriteOnly));
+        owner.write(QByteArray::number(child) + " /dev/null\n");
+        owner.close();
+        auto taken = DeviceLink::create("/dev/zero", path, error);
+        QVERIFY(taken);
+        QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/zero"));
+
+        // What is not ours any more is left alone.
+        QVERIFY(unlink(path.c_str()) == 0 && symlink("/dev/full", path.c_str()) == 0);
+        taken.reset();
+        QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/full"));
     }
 
 private:
