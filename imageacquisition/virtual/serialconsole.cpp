@@ -11,10 +11,15 @@ constexpr long long kStatusPeriodNs = 2000000000LL;
 // The first status follows soon after a program opens the line.
 constexpr long long kFirstStatusNs = 300000000LL;
 constexpr auto kPollPeriod = std::chrono::milliseconds(50);
+constexpr size_t kMaxLine = 128;
 } // namespace
 
-SerialConsole::SerialConsole(std::unique_ptr<PseudoTerminal> terminal, std::string banner, StatusSource status)
-    : m_terminal(std::move(terminal)), m_banner(std::move(banner)), m_status(std::move(status))
+SerialConsole::SerialConsole(std::unique_ptr<PseudoTerminal> terminal, std::string banner, StatusSource status,
+                             CommandHandler commands)
+    : m_terminal(std::move(terminal)),
+      m_banner(std::move(banner)),
+      m_status(std::move(status)),
+      m_commands(std::move(commands))
 {
     m_thread = std::thread([this] { run(); });
 }
@@ -67,12 +72,7 @@ void SerialConsole::talk(bool& wasListening, long long& nextStatusNs)
         nextStatusNs = now + kFirstStatusNs;
     }
 
-    bool answer = false;
-    char input[256];
-    for (long got; (got = m_terminal->read(input, sizeof input)) > 0;) {
-        for (long i = 0; i < got; ++i)
-            answer = answer || input[i] == '\r' || input[i] == '\n';
-    }
+    const std::string replies = receive();
 
     bool banner = false;
     {
@@ -82,7 +82,8 @@ void SerialConsole::talk(bool& wasListening, long long& nextStatusNs)
     std::string text;
     if (banner)
         text += m_banner;
-    if (answer || now >= nextStatusNs) {
+    text += replies;
+    if (now >= nextStatusNs) {
         text += m_status() + "\r\n";
         nextStatusNs = now + kStatusPeriodNs;
     }
@@ -90,6 +91,29 @@ void SerialConsole::talk(bool& wasListening, long long& nextStatusNs)
     // sent to a terminal that is not listening.
     if (!text.empty())
         m_terminal->write(text);
+}
+
+std::string SerialConsole::receive()
+{
+    std::string replies;
+    char input[256];
+    for (long got; (got = m_terminal->read(input, sizeof input)) > 0;) {
+        for (long i = 0; i < got; ++i) {
+            const char c = input[i];
+            // A terminal may end a line with CR, LF or both: CR LF is one end.
+            const bool secondHalf = c == '\n' && m_lastWasCarriageReturn;
+            m_lastWasCarriageReturn = c == '\r';
+            if (secondHalf)
+                continue;
+            if (c == '\r' || c == '\n') {
+                replies += m_commands(m_line);
+                m_line.clear();
+            } else if (m_line.size() < kMaxLine) {
+                m_line += c;
+            }
+        }
+    }
+    return replies;
 }
 
 } // namespace ImageAcquisition

@@ -13,15 +13,19 @@ namespace ImageAcquisition {
 
 // The camera's side of its serial line: from a thread of its own it prints
 // a start-up banner and then a status line every few seconds, and answers
-// a line end with a status line at once. It talks only while a program has
-// the line open; a banner announced while nobody listens waits for the
-// next listener, and status lines are not stored up.
+// each line it receives (a bare line end included) through the command
+// handler. It talks only while a program has the line open; a banner
+// announced while nobody listens waits for the next listener, and status
+// lines are not stored up.
 class SerialConsole
 {
 public:
     using StatusSource = std::function<std::string()>;
+    // Gets one received line without its line end; returns the reply, with line ends.
+    using CommandHandler = std::function<std::string(const std::string&)>;
 
-    SerialConsole(std::unique_ptr<PseudoTerminal> terminal, std::string banner, StatusSource status);
+    SerialConsole(std::unique_ptr<PseudoTerminal> terminal, std::string banner, StatusSource status,
+                  CommandHandler commands);
     ~SerialConsole();
 
     SerialConsole(const SerialConsole&) = delete;
@@ -37,10 +41,14 @@ public:
 private:
     void run();
     void talk(bool& wasListening, long long& nextStatusNs);
+    std::string receive();
 
     std::unique_ptr<PseudoTerminal> m_terminal;
     const std::string m_banner;
     StatusSource m_status;
+    CommandHandler m_commands;
+    std::string m_line; // received so far; only the console's thread uses it
+    bool m_lastWasCarriageReturn = false;
 
     std::mutex m_mutex;
     std::condition_variable m_wake;

@@ -31,6 +31,8 @@ VirtualRegistry& VirtualRegistry::instance()
 
 VirtualRegistry::~VirtualRegistry()
 {
+    // Requests from serial lines first: they use the units.
+    m_work.reset();
     // At exit: unplug what is left, so links are removed even where a camera
     // object was never deleted.
     for (auto& unit : m_units)
@@ -43,9 +45,44 @@ void VirtualRegistry::followEnvironment()
     const int change = wanted - m_environmentCount;
     m_environmentCount = wanted;
     for (int i = 0; i < change; ++i)
-        m_units.push_back(std::make_shared<VirtualUnit>(m_nextNumber++));
+        m_units.push_back(createUnit());
     for (int i = 0; i < -change && !m_units.empty(); ++i)
         remove(m_units.size() - 1);
+}
+
+std::shared_ptr<VirtualUnit> VirtualRegistry::createUnit()
+{
+    return std::make_shared<VirtualUnit>(m_nextNumber++,
+                                         [this](int number, const std::string& what) { request(number, what); });
+}
+
+void VirtualRegistry::request(int number, const std::string& what)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_work)
+        m_work = std::make_unique<WorkQueue>();
+    if (what == "unplug" || what == "reboot")
+        m_work->post([this, number] { unplugNumber(number); });
+    // A rebooting camera comes back as a new device, a moment later.
+    if (what == "reboot")
+        m_work->post([this] { plug(); }, std::chrono::milliseconds(1500));
+    if (what == "plug")
+        m_work->post([this] { plug(); });
+}
+
+bool VirtualRegistry::unplugNumber(int number)
+{
+    std::shared_ptr<VirtualUnit> gone;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        auto unit = std::find_if(m_units.begin(), m_units.end(),
+                                 [number](const std::shared_ptr<VirtualUnit>& u) { return u->number() == number; });
+        if (unit == m_units.end())
+            return false;
+        gone = remove(static_cast<size_t>(unit - m_units.begin()));
+        notify(ICameraEvent::CameraRemoved);
+    }
+    return true;
 }
 
 std::shared_ptr<VirtualUnit> VirtualRegistry::remove(size_t index)
@@ -79,7 +116,7 @@ int VirtualRegistry::plug()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     followEnvironment();
-    m_units.push_back(std::make_shared<VirtualUnit>(m_nextNumber++));
+    m_units.push_back(createUnit());
     notify(ICameraEvent::CameraAdded);
     return static_cast<int>(m_units.size()) - 1;
 }

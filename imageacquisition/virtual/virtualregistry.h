@@ -2,6 +2,7 @@
 
 #include "hotpluglistener.h"
 #include "virtualunit.h"
+#include "workqueue.h"
 
 #include <memory>
 #include <mutex>
@@ -15,7 +16,9 @@ namespace ImageAcquisition {
 // Their number follows IMAGEACQUISITION_VIRTUAL_CAMERAS, read again whenever
 // the registry is asked: a changed value plugs in or removes cameras at the
 // end of the list, silently. plug() and unplug() act like a person at the
-// USB port and are reported to the listeners.
+// USB port and are reported to the listeners; so do the commands "reboot",
+// "unplug" and "plug" typed on a camera's serial line (carried out on a
+// thread of the registry's own, since the line's thread goes with its camera).
 class VirtualRegistry
 {
 public:
@@ -42,12 +45,16 @@ private:
     void followEnvironment();
     void notify(int type);
     std::shared_ptr<VirtualUnit> remove(size_t index);
+    std::shared_ptr<VirtualUnit> createUnit();
+    void request(int number, const std::string& what);
+    bool unplugNumber(int number);
 
     std::mutex m_mutex;
     std::vector<std::shared_ptr<VirtualUnit>> m_units;
     std::vector<HotplugListener*> m_listeners;
     int m_environmentCount = 0;
     int m_nextNumber = 1;
+    std::unique_ptr<WorkQueue> m_work;
 };
 
 } // namespace ImageAcquisition

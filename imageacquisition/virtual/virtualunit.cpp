@@ -2,6 +2,7 @@
 
 #include "monotonicclock.h"
 
+#include <cctype>
 #include <cstdio>
 
 namespace ImageAcquisition {
@@ -17,13 +18,17 @@ std::string serialNumberOf(int number)
 
 } // namespace
 
-VirtualUnit::VirtualUnit(int number)
-    : m_number(number), m_serialNumber(serialNumberOf(number)), m_state(&monotonicNanoseconds)
+VirtualUnit::VirtualUnit(int number, HotplugRequest hotplug)
+    : m_number(number),
+      m_serialNumber(serialNumberOf(number)),
+      m_state(&monotonicNanoseconds),
+      m_hotplug(std::move(hotplug))
 {
     auto terminal = std::make_unique<PseudoTerminal>();
     if (terminal->isOpen()) {
-        m_console = std::make_unique<SerialConsole>(std::move(terminal), banner(),
-                                                    [this] { return m_state.statusLine(); });
+        m_console = std::make_unique<SerialConsole>(
+            std::move(terminal), banner(), [this] { return m_state.statusLine(); },
+            [this](const std::string& line) { return command(line); });
     } else {
         std::fprintf(stderr, "imageacquisition: virtual camera %d has no serial line: pseudo-terminal error %d\n",
                      number, terminal->error());
@@ -46,12 +51,40 @@ std::string VirtualUnit::banner() const
              "Ready.\r\n";
 }
 
+std::string VirtualUnit::command(const std::string& line)
+{
+    std::string word;
+    for (char c : line) {
+        if (c != ' ' && c != '\t')
+            word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    if (word.empty() || word == "status")
+        return m_state.statusLine() + "\r\n";
+    if (word == "help")
+        return "commands: status, reset, reboot, unplug, plug (another camera), help\r\n";
+    if (word == "reset") {
+        reset();
+        return "";
+    }
+    if (word == "reboot" || word == "unplug" || word == "plug") {
+        if (m_hotplug)
+            m_hotplug(m_number, word);
+        if (word == "plug")
+            return "plugging in another camera\r\n";
+        return word == "reboot" ? "rebooting\r\n" : "unplugging\r\n";
+    }
+    return "unknown command '" + line + "'; try help\r\n";
+}
+
 void VirtualUnit::unplug()
 {
     m_plugged = false;
     m_state.detach();
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_link.reset();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_link.reset();
+    }
+    // Not under the lock: the console's thread may be waiting for it.
     if (m_console)
         m_console->silence();
 }
@@ -76,13 +109,11 @@ bool VirtualUnit::hasSerialLink() const
 
 std::string VirtualUnit::serialLinePath() const
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
     return m_console ? m_console->path() : std::string();
 }
 
 void VirtualUnit::announce()
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
     if (m_console && m_plugged)
         m_console->announce();
 }

@@ -5,6 +5,7 @@
 #include "serialconsole.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,7 +20,12 @@ class VirtualUnit
 public:
     static constexpr const char* kSerialDevicePath = "/dev/ttyACM0";
 
-    explicit VirtualUnit(int number);
+    // What the unit asks of whoever plugged it in when told on its serial
+    // line to "reboot", "unplug" or "plug" (another camera). Called on the
+    // serial console's thread; the work must be done elsewhere.
+    using HotplugRequest = std::function<void(int number, const std::string& request)>;
+
+    VirtualUnit(int number, HotplugRequest hotplug);
     ~VirtualUnit();
 
     VirtualUnit(const VirtualUnit&) = delete;
@@ -50,16 +56,19 @@ public:
 
 private:
     std::string banner() const;
+    std::string command(const std::string& line);
 
     const int m_number;
     const std::string m_serialNumber;
     DeviceState m_state;
     std::atomic<bool> m_plugged{true};
+    HotplugRequest m_hotplug;
 
-    mutable std::mutex m_mutex;
-    // Declared after m_state: the console reads the state from its thread
-    // and must stop first.
+    // Set in the constructor, gone in the destructor; declared after m_state,
+    // which the console reads from its thread.
     std::unique_ptr<SerialConsole> m_console;
+
+    mutable std::mutex m_mutex; // for the link and the stream owner
     std::unique_ptr<DeviceLink> m_link;
     const void* m_streamOwner = nullptr;
 };

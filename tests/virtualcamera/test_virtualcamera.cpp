@@ -594,6 +594,34 @@ private slots:
         QCOMPARE(client.seen().size(), 2);
     }
 
+    void serialLineCommands()
+    {
+        RecordingClient client;
+        std::unique_ptr<IContinuousCameraMonitor> monitor(
+            ICameraFactory::getUniqueInstance()->createContinuousCameraMonitor());
+        monitor->start(&client);
+        std::unique_ptr<IDeviceList> before(ICameraFactory::getUniqueInstance()->getDeviceList());
+        const QByteArray serial = before->getDevice(0)->getSerial();
+
+        const int fd = ::open(VirtualCameras::serialLinePath(0).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(fd >= 0);
+        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
+        QVERIFY(::write(fd, "help\r\n", 6) == 6);
+        QVERIFY(readSerialUntil(fd, "help\r\n").contains("reboot"));
+        QVERIFY(::write(fd, "bogus\n", 6) == 6);
+        QVERIFY(readSerialUntil(fd, "try help").contains("unknown command 'bogus'"));
+
+        // Rebooting is leaving the bus and coming back as a new device.
+        QVERIFY(::write(fd, "reboot\r", 7) == 7);
+        QTRY_COMPARE_WITH_TIMEOUT(client.seen(),
+                                  QList<int>({ICameraEvent::CameraRemoved, ICameraEvent::CameraAdded}), 5000);
+        std::unique_ptr<IDeviceList> after(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(after->getDeviceCount(), 1);
+        QVERIFY(after->getDevice(0)->getSerial() != serial);
+        monitor->stop();
+        ::close(fd);
+    }
+
     void temperatureFollowsLoadAndFan()
     {
         // Over-temperature is a minute or so away without the fan, never with it.

@@ -152,6 +152,30 @@ private slots:
         QVERIFY2(app.errorBoxes.isEmpty(), qPrintable(app.errorBoxes.join('\n')));
     }
 
+    void rebootOnTheSerialLineWhileStreaming()
+    {
+        AppWindow app;
+        QSignalSpy pictures(&app.window, SIGNAL(newImage(QImage)));
+        QSignalSpy changes(&app.window, SIGNAL(cameraAddedOrRemoved()));
+        const QString before = app.devices->itemText(0);
+        app.trigger("actionStart");
+        QVERIFY(app.waitForPictures(pictures, 2));
+
+        // What a person can do from a shell: echo reboot > /dev/ttyACM0.
+        QFile line(QString::fromStdString(VirtualCameras::serialLinePath(0)));
+        QVERIFY(line.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        QVERIFY(line.write("reboot\n") == 7);
+        line.close();
+        QTRY_COMPARE_WITH_TIMEOUT(changes.count(), 2, 5000); // gone, and back
+        QCOMPARE(app.devices->count(), 1);
+        QVERIFY(app.devices->itemText(0) != before);
+        QVERIFY(app.formats->isEnabled()); // the stream stopped
+        app.trigger("actionStart");
+        QVERIFY(app.waitForPictures(pictures, 2));
+        app.trigger("actionStart");
+        QVERIFY2(app.errorBoxes.isEmpty(), qPrintable(app.errorBoxes.join('\n')));
+    }
+
     void softResetRestoresTheCamera()
     {
         AppWindow app;
