@@ -23,6 +23,8 @@ int countFromEnvironment()
 
 } // namespace
 
+VirtualRegistry::VirtualRegistry() : m_work(std::make_unique<WorkQueue>()) {}
+
 VirtualRegistry& VirtualRegistry::instance()
 {
     static VirtualRegistry registry;
@@ -31,8 +33,16 @@ VirtualRegistry& VirtualRegistry::instance()
 
 VirtualRegistry::~VirtualRegistry()
 {
-    // Requests from serial lines first: they use the units.
-    m_work.reset();
+    // Requests from serial lines first: they use the units. The queue is
+    // taken out under its lock and stopped outside it, since a job that
+    // unplugs a camera waits for that camera's console thread, which may be
+    // waiting for the lock.
+    std::unique_ptr<WorkQueue> work;
+    {
+        std::lock_guard<std::mutex> lock(m_workMutex);
+        work = std::move(m_work);
+    }
+    work.reset();
     // At exit: unplug what is left, so links are removed even where a camera
     // object was never deleted.
     for (auto& unit : m_units)
@@ -58,9 +68,11 @@ std::shared_ptr<VirtualUnit> VirtualRegistry::createUnit()
 
 void VirtualRegistry::request(int number, const std::string& what)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    // Not m_mutex: the caller is a serial console's thread, which whoever
+    // holds m_mutex may be waiting for while it unplugs that camera.
+    std::lock_guard<std::mutex> lock(m_workMutex);
     if (!m_work)
-        m_work = std::make_unique<WorkQueue>();
+        return;
     if (what == "unplug" || what == "reboot")
         m_work->post([this, number] { unplugNumber(number); });
     // A rebooting camera comes back as a new device, a moment later.

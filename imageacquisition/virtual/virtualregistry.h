@@ -41,7 +41,7 @@ public:
     void removeListener(HotplugListener* listener);
 
 private:
-    VirtualRegistry() = default;
+    VirtualRegistry();
     void followEnvironment();
     void notify(int type);
     std::shared_ptr<VirtualUnit> remove(size_t index);
@@ -54,6 +54,7 @@ private:
     std::vector<HotplugListener*> m_listeners;
     int m_environmentCount = 0;
     int m_nextNumber = 1;
+    std::mutex m_workMutex;
     std::unique_ptr<WorkQueue> m_work;
 };
 
