@@ -13,7 +13,7 @@ namespace {
 
 std::unique_ptr<VirtualControl> createControl(DeviceState& state, ControlId id)
 {
-    switch (controlSpec(id).type) {
+    switch (controlDefinition(id).type) {
     case ICameraControl::TypeBoolean:
         return std::make_unique<BooleanControl>(state, id);
     case ICameraControl::TypeButton:

@@ -1,6 +1,6 @@
 #include "devicestate.h"
 
-#include "controlspec.h"
+#include "controldefinition.h"
 
 #include <assertfailureexception.h>
 
@@ -53,10 +53,10 @@ DeviceState::DeviceState(Clock clock)
 void DeviceState::restoreDefaults()
 {
     for (int i = 0; i < kControlCount; ++i) {
-        const ControlSpec& spec = controlSpec(static_cast<ControlId>(i));
-        m_values[static_cast<size_t>(i)] = spec.defaultValue;
+        const ControlDefinition& definition = controlDefinition(static_cast<ControlId>(i));
+        m_values[static_cast<size_t>(i)] = definition.defaultValue;
     }
-    m_overlayText = controlSpec(ControlId::OverlayText).defaultText;
+    m_overlayText = controlDefinition(ControlId::OverlayText).defaultText;
     m_errors = 0;
     m_pendingTriggers = 0;
     m_triggerFrames = 0;
@@ -108,15 +108,15 @@ ControlReading DeviceState::readLocked(ControlId id) const
 
 void DeviceState::checkWritable(ControlId id) const
 {
-    const ControlSpec& spec = controlSpec(id);
-    ASSERT_OR_THROW(m_attached, std::string(spec.name) + ": the camera has been unplugged");
+    const ControlDefinition& definition = controlDefinition(id);
+    ASSERT_OR_THROW(m_attached, std::string(definition.name) + ": the camera has been unplugged");
     const ControlReading reading = readLocked(id);
-    ASSERT_OR_THROW(!reading.readOnly, std::string(spec.name) + " is read-only");
-    ASSERT_OR_THROW(!reading.inactive, std::string(spec.name)
+    ASSERT_OR_THROW(!reading.readOnly, std::string(definition.name) + " is read-only");
+    ASSERT_OR_THROW(!reading.inactive, std::string(definition.name)
                                            + " is set by the camera while Exposure, Auto is on; "
                                              "turn Exposure, Auto off first");
     ASSERT_OR_THROW(!reading.grabbed,
-                    std::string(spec.name) + " cannot change while the camera streams; stop the stream first");
+                    std::string(definition.name) + " cannot change while the camera streams; stop the stream first");
 }
 
 void DeviceState::write(ControlId id, long long newValue)
@@ -125,21 +125,21 @@ void DeviceState::write(ControlId id, long long newValue)
     const long long now = m_clock();
     update(now);
     checkWritable(id);
-    const ControlSpec& spec = controlSpec(id);
-    ASSERT_OR_THROW(spec.type != ICameraControl::TypeString && spec.type != ICameraControl::TypeButton,
-                    std::string(spec.name) + " takes no number");
+    const ControlDefinition& definition = controlDefinition(id);
+    ASSERT_OR_THROW(definition.type != ICameraControl::TypeString && definition.type != ICameraControl::TypeButton,
+                    std::string(definition.name) + " takes no number");
 
     if (id == ControlId::ErrorStatus) {
         // Like a hardware status register: each bit written as 1 is cleared.
         m_errors &= ~static_cast<unsigned>(newValue);
         return;
     }
-    ASSERT_OR_THROW(newValue >= spec.minimum && newValue <= spec.maximum,
-                    std::string(spec.name) + ": " + std::to_string(newValue) + " is outside the range "
-                        + std::to_string(spec.minimum) + " .. " + std::to_string(spec.maximum));
+    ASSERT_OR_THROW(newValue >= definition.minimum && newValue <= definition.maximum,
+                    std::string(definition.name) + ": " + std::to_string(newValue) + " is outside the range "
+                        + std::to_string(definition.minimum) + " .. " + std::to_string(definition.maximum));
     // Values between steps go to the nearest step, as a driver would do.
-    if (spec.step > 1)
-        newValue = spec.minimum + (newValue - spec.minimum + spec.step / 2) / spec.step * spec.step;
+    if (definition.step > 1)
+        newValue = definition.minimum + (newValue - definition.minimum + definition.step / 2) / definition.step * definition.step;
 
     if (id == ControlId::TriggerAuto) {
         writeTrigger(static_cast<unsigned>(newValue), now);
@@ -166,17 +166,17 @@ void DeviceState::writeText(ControlId id, const std::string& text)
     std::lock_guard<std::mutex> lock(m_mutex);
     update(m_clock());
     checkWritable(id);
-    const ControlSpec& spec = controlSpec(id);
-    ASSERT_OR_THROW(spec.type == ICameraControl::TypeString, std::string(spec.name) + " takes no text");
+    const ControlDefinition& definition = controlDefinition(id);
+    ASSERT_OR_THROW(definition.type == ICameraControl::TypeString, std::string(definition.name) + " takes no text");
     const long long length = static_cast<long long>(text.size());
-    ASSERT_OR_THROW(length >= spec.minimum && length <= spec.maximum,
-                    std::string(spec.name) + ": " + std::to_string(length) + " characters, but "
-                        + std::to_string(spec.minimum) + " to " + std::to_string(spec.maximum)
+    ASSERT_OR_THROW(length >= definition.minimum && length <= definition.maximum,
+                    std::string(definition.name) + ": " + std::to_string(length) + " characters, but "
+                        + std::to_string(definition.minimum) + " to " + std::to_string(definition.maximum)
                         + " are allowed");
     for (unsigned char c : text) {
         char hex[8];
         std::snprintf(hex, sizeof hex, "0x%02x", c);
-        ASSERT_OR_THROW(c >= 0x20 && c < 0x7f, std::string(spec.name) + ": the character " + hex
+        ASSERT_OR_THROW(c >= 0x20 && c < 0x7f, std::string(definition.name) + ": the character " + hex
                                                    + " cannot be shown; use printable ASCII");
     }
     m_overlayText = text;
@@ -187,8 +187,8 @@ void DeviceState::press(ControlId id)
     std::lock_guard<std::mutex> lock(m_mutex);
     update(m_clock());
     checkWritable(id);
-    const ControlSpec& spec = controlSpec(id);
-    ASSERT_OR_THROW(spec.type == ICameraControl::TypeButton, std::string(spec.name) + " is not a button");
+    const ControlDefinition& definition = controlDefinition(id);
+    ASSERT_OR_THROW(definition.type == ICameraControl::TypeButton, std::string(definition.name) + " is not a button");
     if (id == ControlId::RestartSequence)
         ++m_sequenceGeneration;
 }
@@ -235,10 +235,10 @@ void DeviceState::streamStopped()
 
 long long DeviceState::autoExposureTarget() const
 {
-    const ControlSpec& spec = controlSpec(ControlId::ExposureTime);
+    const ControlDefinition& definition = controlDefinition(ControlId::ExposureTime);
     const double target = kNominalExposureUs / gainFactor(value(ControlId::Gain));
-    const long long rounded = std::llround(target / spec.step) * spec.step;
-    return std::clamp(rounded, spec.minimum, spec.maximum);
+    const long long rounded = std::llround(target / definition.step) * definition.step;
+    return std::clamp(rounded, definition.minimum, definition.maximum);
 }
 
 void DeviceState::finishOneShots()
@@ -291,7 +291,7 @@ ImageSettings DeviceState::settingsLocked() const
     s.pattern = static_cast<int>(value(ControlId::TestPattern));
     s.defocus = static_cast<int>(std::abs(value(ControlId::Focus) - kBestFocus));
     s.overlayText = m_overlayText;
-    const ControlSpec& link = controlSpec(ControlId::LinkFrequency);
+    const ControlDefinition& link = controlDefinition(ControlId::LinkFrequency);
     s.linkFrequency = link.valueEntries[static_cast<size_t>(value(ControlId::LinkFrequency))];
     s.temperatureCenti = static_cast<int>(std::lround(m_thermal.celsius() * 100.0));
     s.errors = m_errors;

@@ -8,7 +8,7 @@ long long Int64MenuControl::getEntry(int index) const
 {
     if (!hasEntry(index))
         return 0;
-    return spec().valueEntries[static_cast<size_t>(index)];
+    return definition().valueEntries[static_cast<size_t>(index)];
 }
 
 } // namespace ImageAcquisition

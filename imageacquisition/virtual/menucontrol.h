@@ -11,7 +11,7 @@ class MenuControl : public Menu, public VirtualControl
 public:
     MenuControl(DeviceState& state, ControlId id) : VirtualControl(state, id) {}
 
-    int getEntryCount() const override { return static_cast<int>(spec().maximum) + 1; }
+    int getEntryCount() const override { return static_cast<int>(definition().maximum) + 1; }
     int getIndex() const override { return static_cast<int>(reading().value); }
     void setIndex(int index) override
     {

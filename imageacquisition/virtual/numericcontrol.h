@@ -13,9 +13,9 @@ class NumericControl : public ICameraControlNumeric<T>, public VirtualControl
 public:
     NumericControl(DeviceState& state, ControlId id) : VirtualControl(state, id) {}
 
-    T getMaximum() const override { return static_cast<T>(spec().maximum); }
-    T getMinimum() const override { return static_cast<T>(spec().minimum); }
-    T getStep() const override { return static_cast<T>(spec().step); }
+    T getMaximum() const override { return static_cast<T>(definition().maximum); }
+    T getMinimum() const override { return static_cast<T>(definition().minimum); }
+    T getStep() const override { return static_cast<T>(definition().step); }
     T getValue() const override { return static_cast<T>(reading().value); }
     void setValue(T value) override
     {

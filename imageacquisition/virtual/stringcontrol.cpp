@@ -33,12 +33,12 @@ void StringControl::setValue(const char* value)
 
 int StringControl::getMinLength() const
 {
-    return static_cast<int>(spec().minimum);
+    return static_cast<int>(definition().minimum);
 }
 
 int StringControl::getMaxLength() const
 {
-    return static_cast<int>(spec().maximum);
+    return static_cast<int>(definition().maximum);
 }
 
 } // namespace ImageAcquisition

@@ -8,7 +8,7 @@ const char* StringMenuControl::getEntry(int index) const
 {
     if (!hasEntry(index))
         return "";
-    return spec().textEntries[static_cast<size_t>(index)].c_str();
+    return definition().textEntries[static_cast<size_t>(index)].c_str();
 }
 
 } // namespace ImageAcquisition

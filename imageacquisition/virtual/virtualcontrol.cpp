@@ -2,7 +2,7 @@
 
 namespace ImageAcquisition {
 
-VirtualControl::VirtualControl(DeviceState& state, ControlId id) : m_state(state), m_spec(controlSpec(id))
+VirtualControl::VirtualControl(DeviceState& state, ControlId id) : m_state(state), m_definition(controlDefinition(id))
 {
     m_reading = m_state.read(id);
 }
@@ -10,7 +10,7 @@ VirtualControl::VirtualControl(DeviceState& state, ControlId id) : m_state(state
 void VirtualControl::refresh()
 {
     if (m_state.isAttached())
-        m_reading = m_state.read(m_spec.id);
+        m_reading = m_state.read(m_definition.id);
 }
 
 } // namespace ImageAcquisition

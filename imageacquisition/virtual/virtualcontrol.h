@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controlspec.h"
+#include "controldefinition.h"
 #include "devicestate.h"
 
 #include <imageacquisition/icameracontrol.h>
@@ -16,10 +16,10 @@ class VirtualControl : public virtual ICameraControl
 public:
     VirtualControl(DeviceState& state, ControlId id);
 
-    int getType() const override { return m_spec.type; }
-    Family getFamily() const override { return m_spec.family; }
-    const char* getName() const override { return m_spec.name; }
-    const char* getDescription() const override { return m_spec.description; }
+    int getType() const override { return m_definition.type; }
+    Family getFamily() const override { return m_definition.family; }
+    const char* getName() const override { return m_definition.name; }
+    const char* getDescription() const override { return m_definition.description; }
     bool isDisabled() const override { return m_reading.disabled; }
     bool isGrabbed() const override { return m_reading.grabbed; }
     bool isReadOnly() const override { return m_reading.readOnly; }
@@ -27,14 +27,14 @@ public:
     void refresh() override;
 
 protected:
-    const ControlSpec& spec() const { return m_spec; }
+    const ControlDefinition& definition() const { return m_definition; }
     const ControlReading& reading() const { return m_reading; }
     DeviceState& state() { return m_state; }
-    ControlId id() const { return m_spec.id; }
+    ControlId id() const { return m_definition.id; }
 
 private:
     DeviceState& m_state;
-    const ControlSpec& m_spec;
+    const ControlDefinition& m_definition;
     ControlReading m_reading;
 };
 

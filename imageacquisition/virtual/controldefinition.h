@@ -11,7 +11,7 @@ namespace ImageAcquisition {
 
 // What a control is: its kind, its limits and its value after a reset.
 // For a menu the limits are entry indexes; for a text they are lengths.
-struct ControlSpec
+struct ControlDefinition
 {
     ControlId id;
     int type;
@@ -27,6 +27,6 @@ struct ControlSpec
     std::string defaultText;
 };
 
-const ControlSpec& controlSpec(ControlId id);
+const ControlDefinition& controlDefinition(ControlId id);
 
 } // namespace ImageAcquisition

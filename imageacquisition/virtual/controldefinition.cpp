@@ -1,4 +1,4 @@
-#include "controlspec.h"
+#include "controldefinition.h"
 
 #include <climits>
 
@@ -9,9 +9,9 @@ namespace {
 using F = ICameraControl::Family;
 using T = ICameraControl::Type;
 
-std::vector<ControlSpec> makeCatalog()
+std::vector<ControlDefinition> makeCatalog()
 {
-    // Kept in ControlId order; controlSpec() indexes it by id.
+    // Kept in ControlId order; controlDefinition() indexes it by id.
     return {
         {ControlId::Brightness, T::TypeInteger, F::FamilyUser, "Brightness",
          "Offset added to every pixel", -100, 100, 1, 0, {}, {}, {}},
@@ -56,9 +56,9 @@ std::vector<ControlSpec> makeCatalog()
 
 } // namespace
 
-const ControlSpec& controlSpec(ControlId id)
+const ControlDefinition& controlDefinition(ControlId id)
 {
-    static const std::vector<ControlSpec> catalog = makeCatalog();
+    static const std::vector<ControlDefinition> catalog = makeCatalog();
     return catalog[static_cast<size_t>(id)];
 }
 
