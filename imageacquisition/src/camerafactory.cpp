@@ -2,14 +2,16 @@
 
 #include "continuouscameramonitor.h"
 #include "devicelist.h"
-#include "v4l2backend.h"
+#include "v4l2/v4l2backend.h"
+#include "virtual/virtualbackend.h"
 
 namespace ImageAcquisition {
 
 CameraFactory::CameraFactory()
 {
-    // Real devices are listed first.
+    // Real devices are listed first, then the virtual cameras.
     m_backends.push_back(createV4l2Backend());
+    m_backends.push_back(createVirtualBackend());
 }
 
 CameraFactory::~CameraFactory() = default;

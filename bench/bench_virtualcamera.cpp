@@ -1,0 +1,152 @@
+// What one frame of the virtual camera costs, per format, against the frame
+// period it has to fit in.
+//
+//   bench_virtualcamera [frames]
+//
+// Two measurements per format at 1920x1080:
+//  - render: the renderer alone in steady state (the background is kept,
+//    each frame copies it, draws the moving parts and, for MJPG, compresses);
+//  - getFrame: the camera's getFrame for frames that are due, at 1/60 s,
+//    which adds the device state and the frame bookkeeping.
+// Plus the one-off costs: startStreaming (which makes the backgrounds
+// ready) and the first frame after a setting changes the lit background.
+
+#include "framerenderer.h"
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace ImageAcquisition;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kWidth = 1920;
+constexpr int kHeight = 1080;
+constexpr double kPeriod60Ms = 1000.0 / 60.0;
+
+double milliseconds(Clock::duration d)
+{
+    return std::chrono::duration<double, std::milli>(d).count();
+}
+
+struct Result
+{
+    double median;
+    double worst;
+};
+
+Result summarise(std::vector<double> samples)
+{
+    std::sort(samples.begin(), samples.end());
+    return {samples[samples.size() / 2], samples.back()};
+}
+
+Result benchRenderer(Encoding encoding, int frames, double& firstMs, double& settingChangeMs)
+{
+    FrameRenderer renderer;
+    ImageSettings settings;
+    settings.overlayText = "Tarvello virtual camera";
+    settings.linkFrequency = 891000000;
+    std::vector<unsigned char> out;
+    FrameInfo info;
+    info.caption = "bench 1920x1080 60 fps";
+
+    auto start = Clock::now();
+    renderer.render(encoding, kWidth, kHeight, settings, info, out);
+    firstMs = milliseconds(Clock::now() - start);
+
+    std::vector<double> samples;
+    for (int i = 1; i <= frames; ++i) {
+        info.number = static_cast<unsigned long long>(i);
+        info.seconds = i / 60.0;
+        start = Clock::now();
+        const size_t size = renderer.render(encoding, kWidth, kHeight, settings, info, out);
+        samples.push_back(milliseconds(Clock::now() - start));
+        if (size == 0)
+            std::fprintf(stderr, "render failed\n");
+    }
+
+    settings.brightness = 20;
+    start = Clock::now();
+    renderer.render(encoding, kWidth, kHeight, settings, info, out);
+    settingChangeMs = milliseconds(Clock::now() - start);
+    return summarise(samples);
+}
+
+Result benchCamera(IStreamingCamera& camera, int formatIndex, int frames, double& startMs)
+{
+    camera.setFormat(formatIndex, 3, 0); // 1920x1080 at 1/60 s
+    camera.allocateBuffers(2);
+    const auto started = Clock::now();
+    camera.startStreaming();
+    startMs = milliseconds(Clock::now() - started);
+    std::vector<double> samples;
+    while (static_cast<int>(samples.size()) < frames) {
+        const auto start = Clock::now();
+        IFrame* frame = camera.getFrame();
+        const double ms = milliseconds(Clock::now() - start);
+        if (!frame->isEmpty())
+            samples.push_back(ms);
+        camera.releaseFrame(frame);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    camera.stopStreaming();
+    camera.releaseBuffers();
+    return summarise(samples);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int frames = argc > 1 ? std::max(10, std::atoi(argv[1])) : 120;
+    setenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1", 0);
+
+    std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
+    if (list->getDeviceCount() < 1) {
+        std::fprintf(stderr, "no virtual camera\n");
+        return 1;
+    }
+    std::unique_ptr<IStreamingCamera> camera(
+        ICameraFactory::getUniqueInstance()->createCamera(list->getDevice(list->getDeviceCount() - 1)));
+
+    const struct
+    {
+        const char* fourcc;
+        Encoding encoding;
+    } formats[] = {{"RGB3", Encoding::Rgb24},
+                   {"BGR3", Encoding::Bgr24},
+                   {"GRBG", Encoding::BayerGrbg8},
+                   {"YUYV", Encoding::Yuyv},
+                   {"MJPG", Encoding::Mjpeg}};
+
+    std::printf("1920x1080, %d frames per format; frame period at 60 fps: %.2f ms\n\n", frames, kPeriod60Ms);
+    std::printf("| Format | render median (ms) | render worst (ms) | getFrame median (ms) | getFrame worst (ms) "
+                "| share of 1/60 s period | renderer's first frame (ms) | startStreaming (ms) "
+                "| frame after a setting change (ms) |\n");
+    std::printf("|---|---|---|---|---|---|---|---|---|\n");
+    for (const auto& format : formats) {
+        double firstMs = 0, changeMs = 0;
+        const Result render = benchRenderer(format.encoding, frames, firstMs, changeMs);
+        int index = -1;
+        for (int i = 0; i < camera->getFormatCount(); ++i) {
+            if (std::strcmp(camera->getFormat(i)->getFourCC(), format.fourcc) == 0)
+                index = i;
+        }
+        double startMs = 0;
+        const Result through = benchCamera(*camera, index, std::min(frames, 60), startMs);
+        std::printf("| %s | %.2f | %.2f | %.2f | %.2f | %.0f %% | %.1f | %.1f | %.1f |\n", format.fourcc,
+                    render.median, render.worst, through.median, through.worst, 100.0 * through.median / kPeriod60Ms,
+                    firstMs, startMs, changeMs);
+    }
+    return 0;
+}

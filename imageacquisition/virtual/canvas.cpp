@@ -1,0 +1,76 @@
+#include "canvas.h"
+
+#include "bayermosaic.h"
+#include "colourconversion.h"
+#include "font5x7.h"
+
+#include <algorithm>
+
+namespace ImageAcquisition {
+
+Canvas::Canvas(Encoding encoding, unsigned char* data, int width, int height, int bytesPerLine)
+    : m_encoding(encoding), m_data(data), m_width(width), m_height(height), m_bytesPerLine(bytesPerLine)
+{
+}
+
+void Canvas::fillRect(int x, int y, int w, int h, const Rgb& colour)
+{
+    const int left = std::max(0, x);
+    const int top = std::max(0, y);
+    const int right = std::min(m_width, x + w);
+    const int bottom = std::min(m_height, y + h);
+    if (left >= right || top >= bottom)
+        return;
+
+    const ColourConversion::Yuv yuv = ColourConversion::toYuv(colour);
+    const unsigned char rgb[3] = {colour.r, colour.g, colour.b};
+    for (int row = top; row < bottom; ++row) {
+        unsigned char* line = m_data + static_cast<size_t>(row) * static_cast<size_t>(m_bytesPerLine);
+        switch (m_encoding) {
+        case Encoding::Rgb24:
+            for (unsigned char* p = line + 3 * left; p < line + 3 * right; p += 3) {
+                p[0] = colour.r;
+                p[1] = colour.g;
+                p[2] = colour.b;
+            }
+            break;
+        case Encoding::Bgr24:
+            for (unsigned char* p = line + 3 * left; p < line + 3 * right; p += 3) {
+                p[0] = colour.b;
+                p[1] = colour.g;
+                p[2] = colour.r;
+            }
+            break;
+        case Encoding::BayerGrbg8:
+            for (int col = left; col < right; ++col)
+                line[col] = rgb[BayerMosaic::channelAt(col, row)];
+            break;
+        case Encoding::Yuyv:
+            for (int col = left; col < right; ++col) {
+                line[2 * col] = yuv.y;
+                line[2 * col + 1] = (col & 1) == 0 ? yuv.u : yuv.v;
+            }
+            break;
+        case Encoding::Mjpeg:
+            return;
+        }
+    }
+}
+
+void Canvas::drawText(int x, int y, const std::string& text, int scale, const Rgb& colour)
+{
+    for (char c : text) {
+        if (x >= m_width)
+            break;
+        const unsigned char* rows = Font5x7::glyph(c);
+        for (int gy = 0; gy < Font5x7::kHeight; ++gy) {
+            for (int gx = 0; gx < Font5x7::kWidth; ++gx) {
+                if (rows[gy] & (0x10 >> gx))
+                    fillRect(x + gx * scale, y + gy * scale, scale, scale, colour);
+            }
+        }
+        x += Font5x7::kAdvance * scale;
+    }
+}
+
+} // namespace ImageAcquisition

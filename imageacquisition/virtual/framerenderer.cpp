@@ -1,0 +1,103 @@
+#include "framerenderer.h"
+
+#include "bayermosaic.h"
+#include "canvas.h"
+#include "colourconversion.h"
+#include "overlay.h"
+#include "scenelayout.h"
+#include "testpattern.h"
+
+#include <cstring>
+
+namespace ImageAcquisition {
+
+namespace {
+// The focus target is drawn again only when the lens has moved this far.
+constexpr int kFocusQuantum = 8;
+} // namespace
+
+FrameRenderer::FrameRenderer() = default;
+
+void FrameRenderer::prepareScene(const SceneKey& key)
+{
+    if (key == m_sceneKey)
+        return;
+    TestPattern::render(key.pattern, key.focusLevel * kFocusQuantum, SceneLayout(key.width, key.height), m_scene);
+    m_sceneKey = key;
+    ++m_sceneVersion;
+}
+
+void FrameRenderer::prepareLitScene(const ToneCurve::Parameters& tone)
+{
+    if (m_litFromScene == m_sceneVersion && tone == m_tone.parameters())
+        return;
+    if (tone != m_tone.parameters())
+        m_tone.setParameters(tone);
+    m_tone.apply(m_scene, m_lit);
+    m_litFromScene = m_sceneVersion;
+    ++m_litVersion;
+}
+
+const std::vector<unsigned char>& FrameRenderer::background(Encoding encoding)
+{
+    // RGB frames, and the pictures MJPG compresses, are the lit scene itself.
+    if (encoding == Encoding::Rgb24 || encoding == Encoding::Mjpeg)
+        return m_lit.pixels;
+    if (m_convertedFromLit == m_litVersion && m_convertedEncoding == encoding)
+        return m_converted;
+    m_converted.resize(static_cast<size_t>(bytesPerLine(encoding, m_lit.width)) * static_cast<size_t>(m_lit.height));
+    switch (encoding) {
+    case Encoding::Bgr24:
+        ColourConversion::toBgr(m_lit, m_converted.data());
+        break;
+    case Encoding::BayerGrbg8:
+        BayerMosaic::sample(m_lit, m_converted.data());
+        break;
+    case Encoding::Yuyv:
+        ColourConversion::toYuyv(m_lit, m_converted.data());
+        break;
+    case Encoding::Rgb24:
+    case Encoding::Mjpeg:
+        break;
+    }
+    m_convertedEncoding = encoding;
+    m_convertedFromLit = m_litVersion;
+    return m_converted;
+}
+
+void FrameRenderer::prepare(Encoding encoding, int width, int height, const ImageSettings& settings)
+{
+    if (width <= 0 || height <= 0)
+        return;
+    prepareScene({width, height, settings.pattern, settings.defocus / kFocusQuantum});
+    prepareLitScene(ToneCurve::parametersOf(settings));
+    background(encoding);
+}
+
+size_t FrameRenderer::render(Encoding encoding, int width, int height, const ImageSettings& settings,
+                             const FrameInfo& info, std::vector<unsigned char>& out)
+{
+    if (width <= 0 || height <= 0)
+        return 0;
+    prepare(encoding, width, height, settings);
+    const std::vector<unsigned char>& still = background(encoding);
+    const SceneLayout layout(width, height);
+
+    if (encoding == Encoding::Mjpeg) {
+        m_scratch.resize(width, height);
+        std::memcpy(m_scratch.pixels.data(), still.data(), still.size());
+        Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, 3 * width);
+        Overlay::draw(canvas, layout, m_tone, settings, info);
+        return m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+    }
+
+    const size_t size = still.size();
+    if (out.size() < size)
+        out.resize(size);
+    std::memcpy(out.data(), still.data(), size);
+    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
+    Overlay::draw(canvas, layout, m_tone, settings, info);
+    return size;
+}
+
+} // namespace ImageAcquisition

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "encoding.h"
+#include "frameinfo.h"
+#include "imagesettings.h"
+#include "jpegencoder.h"
+#include "rgbimage.h"
+#include "tonecurve.h"
+
+#include <vector>
+
+namespace ImageAcquisition {
+
+// Makes the frames of one camera. What does not move is made once and kept
+// for each stage (scene, lit scene, scene in the frame's encoding) until a
+// setting it depends on changes; a frame then costs one copy of the kept
+// background, the moving parts drawn on it, and for MJPG the compression.
+class FrameRenderer
+{
+public:
+    FrameRenderer();
+
+    // Writes one frame to the start of out (which grows as needed) and
+    // returns its size in bytes; 0 when it could not be made.
+    size_t render(Encoding encoding, int width, int height, const ImageSettings& settings, const FrameInfo& info,
+                  std::vector<unsigned char>& out);
+    // Makes the kept stages ready, so that the next render costs only its
+    // own frame (a stream start can afford the wait, a frame cannot).
+    void prepare(Encoding encoding, int width, int height, const ImageSettings& settings);
+
+private:
+    struct SceneKey
+    {
+        int width = 0;
+        int height = 0;
+        int pattern = -1;
+        int focusLevel = -1;
+        bool operator==(const SceneKey& o) const
+        {
+            return width == o.width && height == o.height && pattern == o.pattern && focusLevel == o.focusLevel;
+        }
+    };
+
+    void prepareScene(const SceneKey& key);
+    void prepareLitScene(const ToneCurve::Parameters& tone);
+    const std::vector<unsigned char>& background(Encoding encoding);
+
+    SceneKey m_sceneKey;
+    RgbImage m_scene;
+    unsigned m_sceneVersion = 0;
+
+    ToneCurve m_tone;
+    RgbImage m_lit;
+    unsigned m_litFromScene = ~0u;
+    unsigned m_litVersion = 0;
+
+    std::vector<unsigned char> m_converted;
+    Encoding m_convertedEncoding = Encoding::Rgb24;
+    unsigned m_convertedFromLit = ~0u;
+
+    RgbImage m_scratch;
+    JpegEncoder m_jpeg;
+};
+
+} // namespace ImageAcquisition

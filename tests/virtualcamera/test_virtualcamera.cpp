@@ -1,0 +1,686 @@
+// The virtual camera through the camera layer's own interfaces.
+#include "virtualcameratesting.h"
+
+#include "devicelink.h"
+#include "thermalmodel.h"
+
+#include <assertfailureexception.h>
+
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QSet>
+#include <QtTest>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <ctime>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/wait.h>
+#include <set>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace ImageAcquisition;
+using namespace VirtualCameraTesting;
+
+namespace {
+
+// Streams for as long as it lives.
+class Stream
+{
+public:
+    explicit Stream(IStreamingCamera& camera, int buffers = 2) : m_camera(camera)
+    {
+        ok = camera.allocateBuffers(buffers) == 0 && camera.startStreaming() == 0;
+    }
+    ~Stream()
+    {
+        m_camera.stopStreaming();
+        m_camera.releaseBuffers();
+    }
+    bool ok;
+
+private:
+    IStreamingCamera& m_camera;
+};
+
+// One picture in the given format and size, copied out of its frame.
+QByteArray grab(IStreamingCamera& camera, const char* fourcc, int resolution = 0, int interval = 0)
+{
+    if (!camera.setFormat(formatIndex(camera, fourcc), resolution, interval))
+        return {};
+    Stream stream(camera);
+    IFrame* frame = waitForFrame(camera);
+    if (!frame)
+        return {};
+    QByteArray bytes(reinterpret_cast<const char*>(frame->getData()), frame->getSize());
+    camera.releaseFrame(frame);
+    return bytes;
+}
+
+long long monotonicSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
+
+double meanOf(const QByteArray& bytes)
+{
+    double sum = 0;
+    for (char c : bytes)
+        sum += static_cast<unsigned char>(c);
+    return bytes.isEmpty() ? 0 : sum / bytes.size();
+}
+
+class RecordingClient : public IContinuousCameraMonitor::IClient
+{
+public:
+    void onCameraEvent(ICameraEvent* ev) override
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        types.append(ev->getType());
+        threads.insert(std::this_thread::get_id());
+        delete ev;
+    }
+    QList<int> seen()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return types;
+    }
+    std::mutex mutex;
+    QList<int> types;
+    std::set<std::thread::id> threads;
+};
+
+// Reads what the camera says on its serial line until expected shows up.
+QByteArray readSerialUntil(int fd, const QByteArray& expected, int timeoutMs = 3000)
+{
+    QByteArray text;
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < timeoutMs && !text.contains(expected)) {
+        char buffer[512];
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got > 0)
+            text.append(buffer, static_cast<int>(got));
+        else
+            QThread::msleep(20);
+    }
+    return text;
+}
+
+} // namespace
+
+class TestVirtualCamera : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { plugInFresh(1); }
+    void cleanupTestCase() { plugInFresh(0); }
+
+    void devicesFollowTheVariable()
+    {
+        plugInFresh(2);
+        std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(list->getDeviceCount(), 2);
+        const IDevice* device = list->getDevice(0);
+        QCOMPARE(device->getVendorId(), "2f7a");
+        QCOMPARE(device->getManufacturer(), "Kelvane");
+        QVERIFY(qstrlen(device->getName()) > 0);
+        QVERIFY(qstrcmp(device->getSerial(), list->getDevice(1)->getSerial()) != 0);
+        QVERIFY(device->supportsStreaming() && device->supportsVideoCapture());
+
+        // The maker's camera only where its serial line is at /dev/ttyACM0.
+        char target[PATH_MAX] = {};
+        const bool linkedToUs = readlink("/dev/ttyACM0", target, sizeof target - 1) > 0
+                                && VirtualCameras::serialLinePath(0) == target;
+        QCOMPARE(device->isKelvaneDevice(), linkedToUs);
+        QVERIFY(!list->getDevice(1)->isKelvaneDevice());
+
+        qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "not a number");
+        list.reset(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(list->getDeviceCount(), 0);
+    }
+
+    void formatsResolutionsAndIntervals()
+    {
+        auto camera = openCamera();
+        QVERIFY(camera);
+        QStringList codes;
+        for (int i = 0; i < camera->getFormatCount(); ++i)
+            codes << camera->getFormat(i)->getFourCC();
+        QCOMPARE(codes, QStringList({"MJPG", "GRBG", "YUYV", "RGB3", "BGR3"}));
+        QVERIFY(camera->getFormat(0)->isCompressed());
+        QCOMPARE(camera->getFormat(3)->getDescription(), "RGB3");
+        QCOMPARE(camera->getFormat(4)->getDescription(), "BGR3");
+        QVERIFY(camera->getFormat(3)->isEmulated() && !camera->getFormat(1)->isEmulated());
+
+        const int bytesPerPixel[] = {0, 1, 2, 3, 3};
+        for (int f = 0; f < camera->getFormatCount(); ++f) {
+            IPixelFormat* format = camera->getFormat(f);
+            QStringList sizes;
+            for (int r = 0; r < format->getResolutionCount(); ++r) {
+                IResolution* resolution = format->getResolution(r);
+                sizes << QString("%1x%2").arg(resolution->getWidth()).arg(resolution->getHeight());
+                QCOMPARE(resolution->getBytesPerLine(), int(resolution->getWidth()) * bytesPerPixel[f]);
+                QStringList intervals;
+                for (int i = 0; i < resolution->getFrameIntervalCount(); ++i)
+                    intervals << QString("%1/%2")
+                                     .arg(resolution->getFrameInterval(i)->getNumerator())
+                                     .arg(resolution->getFrameInterval(i)->getDenominator());
+                QCOMPARE(intervals, QStringList({"1/60", "1/30", "1/15", "2/15"}));
+                QVERIFY(!resolution->getFrameInterval(-1));
+                QVERIFY(!resolution->getFrameInterval(4));
+            }
+            QCOMPARE(sizes, QStringList({"320x240", "640x480", "1280x720", "1920x1080"}));
+            QVERIFY(!format->getResolution(-1));
+            QVERIFY(!format->getResolution(4));
+        }
+        QVERIFY(!camera->getFormat(-1));
+        QVERIFY(!camera->getFormat(5));
+        QVERIFY(!camera->getControl(-1));
+        QVERIFY(!camera->getControl(camera->getControlCount()));
+    }
+
+    void frameSizesPerFormat_data()
+    {
+        QTest::addColumn<QByteArray>("fourcc");
+        QTest::addColumn<int>("resolution");
+        for (const char* code : {"RGB3", "BGR3", "GRBG", "YUYV", "MJPG"}) {
+            for (int r : {0, 3})
+                QTest::addRow("%s-%d", code, r) << QByteArray(code) << r;
+        }
+    }
+
+    void frameSizesPerFormat()
+    {
+        QFETCH(QByteArray, fourcc);
+        QFETCH(int, resolution);
+        auto camera = openCamera();
+        IResolution* size = camera->getFormat(formatIndex(*camera, fourcc))->getResolution(resolution);
+        const QByteArray bytes = grab(*camera, fourcc, resolution);
+        QVERIFY(!bytes.isEmpty());
+        if (fourcc == "MJPG") {
+            QVERIFY(bytes.startsWith("\xff\xd8") && bytes.endsWith("\xff\xd9"));
+            const QImage picture = QImage::fromData(bytes, "JPEG");
+            QCOMPARE(picture.size(), QSize(int(size->getWidth()), int(size->getHeight())));
+        } else {
+            QCOMPARE(bytes.size(), size->getBytesPerLine() * int(size->getHeight()));
+        }
+    }
+
+    void colourOrderAndMosaicMatchTheRgbPicture()
+    {
+        auto camera = openCamera();
+        const int w = 320, h = 240;
+        const QByteArray rgb = grab(*camera, "RGB3");
+        const QByteArray bgr = grab(*camera, "BGR3");
+        const QByteArray bayer = grab(*camera, "GRBG");
+        QCOMPARE(rgb.size(), w * h * 3);
+
+        // The yellow bar (second of seven), below the counter: R and G lit, B dark.
+        const int y = h * 2 / 5, yellow = (y * w + w * 3 / 14) * 3;
+        QCOMPARE(quint8(rgb[yellow]), quint8(191));
+        QCOMPARE(quint8(rgb[yellow + 2]), quint8(0));
+        QCOMPARE(quint8(bgr[yellow]), quint8(0));
+        QCOMPARE(quint8(bgr[yellow + 2]), quint8(191));
+
+        // Rows that nothing moving covers: every mosaic sample is the RGB
+        // picture's sample of the colour the GRBG filter puts there.
+        for (int row = h * 3 / 10; row < h * 55 / 100; ++row) {
+            for (int x = 0; x < w; ++x) {
+                const int channel = row % 2 == 0 ? (x % 2 == 0 ? 1 : 0) : (x % 2 == 0 ? 2 : 1);
+                QCOMPARE(quint8(bayer[row * w + x]), quint8(rgb[(row * w + x) * 3 + channel]));
+            }
+        }
+    }
+
+    void framesComeByTheClock()
+    {
+        auto camera = openCamera();
+        QVERIFY(camera->getFrame()->isEmpty()); // not streaming: empty, never null
+        QVERIFY(camera->setFormat(formatIndex(*camera, "RGB3"), 0, 3)); // 2/15 s
+        Stream stream(*camera);
+        QVERIFY(stream.ok);
+        IFrame* first = waitForFrame(*camera);
+        QVERIFY(first);
+        const IFrame::TimeStamp a = first->getTimeStamp();
+        const unsigned long long number = first->getFrameNumber();
+        camera->releaseFrame(first);
+
+        IFrame* tooSoon = camera->getFrame();
+        QVERIFY(tooSoon->isEmpty());
+        camera->releaseFrame(tooSoon);
+        camera->releaseFrame(tooSoon); // the empty frame may come back any number of times
+
+        IFrame* second = waitForFrame(*camera);
+        QVERIFY(second);
+        const IFrame::TimeStamp b = second->getTimeStamp();
+        const long long stepUs = (b.seconds - a.seconds) * 1000000 + (b.microseconds - a.microseconds);
+        const long long frames = static_cast<long long>(second->getFrameNumber() - number);
+        QVERIFY2(qAbs(stepUs - 133333 * frames) <= frames, QByteArray::number(stepUs)); // whole microseconds
+        QVERIFY(b.microseconds >= 0 && b.microseconds < 1000000);
+        QVERIFY(qAbs(b.seconds - monotonicSeconds()) <= 1);
+        camera->releaseFrame(second);
+    }
+
+    void framesHeldBackStopTheFlow()
+    {
+        auto camera = openCamera();
+        QVERIFY(camera->setFormat(formatIndex(*camera, "GRBG"), 0, 0));
+        Stream stream(*camera, 2);
+        IFrame* a = waitForFrame(*camera);
+        IFrame* b = waitForFrame(*camera);
+        QVERIFY(a && b && a != b);
+        QTest::qWait(50);
+        // Both buffers are out: what comes due meanwhile is dropped.
+        QVERIFY(camera->getFrame()->isEmpty());
+        const unsigned long long held = b->getFrameNumber();
+        camera->releaseFrame(a);
+        IFrame* c = waitForFrame(*camera);
+        QVERIFY(c);
+        QVERIFY(c->getFrameNumber() > held + 1);
+        camera->releaseFrame(b);
+        camera->releaseFrame(c);
+    }
+
+    void framesOutliveTheirStream()
+    {
+        auto camera = openCamera();
+        auto other = openCamera();
+        QVERIFY(camera->setFormat(formatIndex(*camera, "RGB3"), 0, 0));
+        QCOMPARE(camera->allocateBuffers(2), 0);
+        QCOMPARE(camera->startStreaming(), 0);
+        IFrame* frame = waitForFrame(*camera);
+        QVERIFY(frame);
+        const QByteArray before(reinterpret_cast<const char*>(frame->getData()), frame->getSize());
+        QCOMPARE(camera->releaseBuffers(), -EBUSY);
+        QCOMPARE(camera->stopStreaming(), 0);
+        QCOMPARE(camera->releaseBuffers(), 0);
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(frame->getData()), frame->getSize()), before);
+        other->releaseFrame(frame); // not the other camera's: ignored
+        camera->releaseFrame(frame);
+        camera->releaseFrame(frame); // already back: ignored
+
+        // A held frame of a camera that is deleted goes with it.
+        QCOMPARE(camera->allocateBuffers(2), 0);
+        QCOMPARE(camera->startStreaming(), 0);
+        QVERIFY(waitForFrame(*camera));
+        camera.reset();
+    }
+
+    void streamingCallsAndFormatRefusals()
+    {
+        auto camera = openCamera();
+        QCOMPARE(camera->startStreaming(), -EINVAL); // no buffers
+        QCOMPARE(camera->allocateBuffers(0), -EINVAL);
+        QVERIFY(!camera->setFormat(-1, 0, 0));
+        QVERIFY(!camera->setFormat(5, 0, 0));
+        QVERIFY(!camera->setFormat(0, 4, 0));
+        QVERIFY(!camera->setFormat(0, 0, -1));
+        QVERIFY(!camera->setFormat(0, 0, 4));
+        QVERIFY(camera->setFormat(2, 3, 1));
+        QCOMPARE(camera->getCurrentFormatIndex(), 2);
+        QCOMPARE(camera->getCurrentResolutionIndex(), 3);
+        QCOMPARE(camera->getCurrentFrameIntervalIndex(), 1);
+
+        auto second = openCamera();
+        QCOMPARE(camera->allocateBuffers(2), 0);
+        QCOMPARE(second->allocateBuffers(2), -EBUSY); // one streaming user a device
+        QVERIFY(!camera->setFormat(0, 0, 0));
+        QCOMPARE(camera->startStreaming(), 0);
+        QCOMPARE(camera->startStreaming(), 0);
+        QCOMPARE(camera->allocateBuffers(2), -EBUSY);
+        QVERIFY(!camera->setFormat(0, 0, 0));
+        QCOMPARE(camera->getCurrentFormatIndex(), 2);
+        camera.reset(); // deleted while streaming
+        QCOMPARE(second->allocateBuffers(2), 0);
+    }
+
+    void controlsOfEveryKind()
+    {
+        auto camera = openCamera();
+        QSet<int> types;
+        QStringList names;
+        for (int i = 0; i < camera->getControlCount(); ++i) {
+            ICameraControl* control = camera->getControl(i);
+            types << control->getType();
+            names << control->getName();
+            bool right = true;
+            switch (control->getType()) {
+            case 2: right = dynamic_cast<ICameraControlBoolean*>(control); break;
+            case 3: right = dynamic_cast<ICameraControlButton*>(control); break;
+            case 4: right = dynamic_cast<ICameraControlNumeric<int>*>(control); break;
+            case 5: right = dynamic_cast<ICameraControlNumeric<long long>*>(control); break;
+            case 6: right = dynamic_cast<ICameraControlInt64Menu*>(control); break;
+            case 10: right = dynamic_cast<ICameraControlString*>(control); break;
+            case 11: right = dynamic_cast<ICameraControlStringMenu*>(control); break;
+            default: right = qstrlen(control->getDescription()) > 0; break;
+            }
+            QVERIFY2(right, control->getName());
+        }
+        QCOMPARE(types, QSet<int>({2, 3, 4, 5, 6, 7, 10, 11}));
+        for (const char* name : {"Temperature (C)", "Error Status", "Trigger Auto Controls", "Lock Auto Controls"})
+            QVERIFY2(controlAs<ICameraControlNumeric<int>>(*camera, name), name);
+
+        auto* temperature = controlNamed(*camera, "Temperature (C)");
+        QVERIFY(temperature->isReadOnly());
+        const int centi = dynamic_cast<ICameraControlNumeric<int>*>(temperature)->getValue();
+        QVERIFY2(centi > 1500 && centi < 9000, QByteArray::number(centi));
+        QVERIFY(!controlNamed(*camera, "Error Status")->isReadOnly());
+
+        auto* menu = controlAs<ICameraControlInt64Menu>(*camera, "Link Frequency (Hz)");
+        QVERIFY(menu->getEntry(menu->getEntryCount() - 1) > INT_MAX);
+        QCOMPARE(menu->getEntry(-1), 0LL);
+        auto* patterns = controlAs<ICameraControlStringMenu>(*camera, "Test Pattern");
+        QCOMPARE(patterns->getEntry(0), "Colour Bars");
+        QCOMPARE(patterns->getEntry(patterns->getEntryCount()), "");
+
+        auto* text = controlAs<ICameraControlString>(*camera, "Overlay Text");
+        char buffer[8];
+        text->getValue(buffer, sizeof buffer);
+        QCOMPARE(QByteArray(buffer), QByteArray("Tarvell"));
+    }
+
+    void autoExposureMakesExposureInactive()
+    {
+        auto camera = openCamera();
+        auto* automatic = controlAs<ICameraControlBoolean>(*camera, "Exposure, Auto");
+        auto* exposure = controlAs<ICameraControlNumeric<long long>>(*camera, "Exposure Time (us)");
+        QCOMPARE(automatic->getFamily(), exposure->getFamily());
+        QVERIFY(!exposure->isInactive());
+        automatic->setValue(true);
+        exposure->refresh();
+        QVERIFY(exposure->isInactive());
+        QVERIFY_EXCEPTION_THROWN(exposure->setValue(20000), AssertFailureException);
+
+        // With gain, auto exposure shortens the exposure over a few frames.
+        controlAs<ICameraControlNumeric<int>>(*camera, "Gain")->setValue(25);
+        QVERIFY(camera->setFormat(formatIndex(*camera, "GRBG"), 0, 0));
+        Stream stream(*camera);
+        for (int i = 0; i < 12; ++i)
+            camera->releaseFrame(waitForFrame(*camera));
+        exposure->refresh();
+        QCOMPARE(exposure->getValue(), 5000LL);
+    }
+
+    void refusedWrites_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<qlonglong>("value");
+        QTest::newRow("above range") << "Brightness" << 101LL;
+        QTest::newRow("below range") << "Gain" << -1LL;
+        QTest::newRow("64-bit below range") << "Exposure Time (us)" << 5LL;
+        QTest::newRow("read-only") << "Temperature (C)" << 2500LL;
+        QTest::newRow("menu index") << "Test Pattern" << 3LL;
+        QTest::newRow("trigger bit") << "Trigger Auto Controls" << 8LL;
+        QTest::newRow("lock bit") << "Lock Auto Controls" << -1LL;
+    }
+
+    void refusedWrites()
+    {
+        QFETCH(QString, name);
+        QFETCH(qlonglong, value);
+        auto camera = openCamera();
+        ICameraControl* control = controlNamed(*camera, name.toUtf8());
+        QVERIFY(control);
+        auto attempt = [&] {
+            if (auto* i = dynamic_cast<ICameraControlNumeric<int>*>(control))
+                i->setValue(int(value));
+            else if (auto* l = dynamic_cast<ICameraControlNumeric<long long>*>(control))
+                l->setValue(value);
+            else if (auto* m = dynamic_cast<ICameraControlBaseMenu*>(control))
+                m->setIndex(int(value));
+        };
+        QVERIFY_EXCEPTION_THROWN(attempt(), AssertFailureException);
+    }
+
+    void refusedTextAndStreamingWrites()
+    {
+        auto camera = openCamera();
+        auto* text = controlAs<ICameraControlString>(*camera, "Overlay Text");
+        QVERIFY_EXCEPTION_THROWN(text->setValue(QByteArray(text->getMaxLength() + 1, 'x')), AssertFailureException);
+        QVERIFY_EXCEPTION_THROWN(text->setValue("tab\there"), AssertFailureException);
+        QVERIFY_EXCEPTION_THROWN(text->setValue(nullptr), AssertFailureException);
+        text->setValue("Hello");
+        QCOMPARE(text->getLength(), 5);
+
+        auto* link = controlAs<ICameraControlInt64Menu>(*camera, "Link Frequency (Hz)");
+        Stream stream(*camera);
+        link->refresh();
+        QVERIFY(link->isGrabbed());
+        QVERIFY_EXCEPTION_THROWN(link->setIndex(0), AssertFailureException);
+
+        auto* lock = controlAs<ICameraControlNumeric<int>>(*camera, "Lock Auto Controls");
+        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
+        lock->setValue(AutoFocusBit);
+        QVERIFY_EXCEPTION_THROWN(trigger->setValue(AutoFocusBit), AssertFailureException);
+        trigger->setValue(0); // nothing chosen is not an error
+    }
+
+    void controlsChangeThePicture()
+    {
+        auto camera = openCamera();
+        const double plain = meanOf(grab(*camera, "RGB3"));
+        controlAs<ICameraControlNumeric<int>>(*camera, "Brightness")->setValue(60);
+        const double brighter = meanOf(grab(*camera, "RGB3"));
+        QVERIFY2(brighter > plain + 30, qPrintable(QString("%1 -> %2").arg(plain).arg(brighter)));
+
+        // Rows of the pattern that nothing moving covers.
+        auto patternRows = [&] { return grab(*camera, "RGB3").mid(320 * 3 * 80, 320 * 3 * 40); };
+        const QByteArray bars = patternRows();
+        controlAs<ICameraControlStringMenu>(*camera, "Test Pattern")->setIndex(2);
+        QVERIFY(patternRows() != bars);
+    }
+
+    void oneShotsAndErrorBits()
+    {
+        auto camera = openCamera();
+        auto* errors = controlAs<ICameraControlNumeric<int>>(*camera, "Error Status");
+        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
+        auto* balance = controlAs<ICameraControlNumeric<int>>(*camera, "White Balance Temperature");
+        auto* focus = controlAs<ICameraControlNumeric<int>>(*camera, "Focus, Absolute");
+
+        // Without frames a one-shot adjustment times out.
+        trigger->setValue(AutoFocusBit);
+        QCOMPARE(trigger->getValue(), int(AutoFocusBit));
+        QTest::qWait(1200);
+        errors->refresh();
+        QCOMPARE(errors->getValue() & 0x20000, 0x20000);
+        errors->setValue(-1);
+        QCOMPARE(errors->getValue(), 0);
+
+        // While streaming it completes, and a lens far from focus is reported.
+        balance->setValue(3000);
+        focus->setValue(100);
+        QVERIFY(camera->setFormat(formatIndex(*camera, "GRBG"), 0, 0));
+        Stream stream(*camera);
+        camera->releaseFrame(waitForFrame(*camera));
+        errors->refresh();
+        QCOMPARE(errors->getValue(), 0x40000);
+        trigger->setValue(AutoFocusBit | AutoWhiteBalanceBit);
+        for (int i = 0; i < 6; ++i)
+            camera->releaseFrame(waitForFrame(*camera));
+        for (ICameraControl* c : {static_cast<ICameraControl*>(trigger), static_cast<ICameraControl*>(balance),
+                                  static_cast<ICameraControl*>(focus)})
+            c->refresh();
+        QCOMPARE(trigger->getValue(), 0);
+        QCOMPARE(balance->getValue(), 5000);
+        QCOMPARE(focus->getValue(), 512);
+    }
+
+    void resetRestoresDefaultsAndGreetsAgain()
+    {
+        auto camera = openCamera();
+        const std::string line = VirtualCameras::serialLinePath(0);
+        QVERIFY(!line.empty());
+        const int fd = ::open(line.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(fd >= 0);
+        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
+        QVERIFY(::write(fd, "\r", 1) == 1);
+        QVERIFY(readSerialUntil(fd, "errors 0x").contains("temp"));
+
+        auto* brightness = controlAs<ICameraControlNumeric<int>>(*camera, "Brightness");
+        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
+        auto* errors = controlAs<ICameraControlNumeric<int>>(*camera, "Error Status");
+        brightness->setValue(40);
+        trigger->setValue(AutoExposureBit);
+        QTest::qWait(1100);
+        errors->refresh();
+        QVERIFY(errors->getValue() != 0);
+
+        Stream stream(*camera);
+        camera->reset(); // allowed while streaming
+        for (ICameraControl* c : {static_cast<ICameraControl*>(brightness), static_cast<ICameraControl*>(errors)})
+            c->refresh();
+        QCOMPARE(brightness->getValue(), 0);
+        QCOMPARE(errors->getValue(), 0);
+        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
+        QVERIFY(waitForFrame(*camera));
+        ::close(fd);
+    }
+
+    void unpluggedCameraAnswersSafely()
+    {
+        auto camera = openCamera();
+        std::unique_ptr<IDeviceList> oldList(ICameraFactory::getUniqueInstance()->getDeviceList());
+        auto* brightness = controlAs<ICameraControlNumeric<int>>(*camera, "Brightness");
+        brightness->setValue(10);
+        QCOMPARE(camera->allocateBuffers(2), 0);
+        QCOMPARE(camera->startStreaming(), 0);
+        IFrame* held = waitForFrame(*camera);
+        QVERIFY(held);
+
+        QVERIFY(VirtualCameras::unplug(0));
+        QVERIFY(!VirtualCameras::unplug(0));
+        QTest::qWait(40);
+        QVERIFY(camera->getFrame()->isEmpty());
+        QCOMPARE(camera->stopStreaming(), -ENODEV);
+        QCOMPARE(camera->releaseBuffers(), -ENODEV);
+        QCOMPARE(camera->allocateBuffers(2), -ENODEV);
+        QCOMPARE(camera->startStreaming(), -ENODEV);
+        QVERIFY(!camera->setFormat(0, 0, 0));
+        QVERIFY_EXCEPTION_THROWN(brightness->setValue(20), AssertFailureException);
+        brightness->refresh();
+        QCOMPARE(brightness->getValue(), 10);
+        camera->reset();
+        QVERIFY(held->getSize() > 0);
+        camera->releaseFrame(held);
+
+        QVERIFY(!ICameraFactory::getUniqueInstance()->createCamera(oldList->getDevice(0)));
+        std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(list->getDeviceCount(), 0);
+    }
+
+    void monitorReportsFromItsOwnThread()
+    {
+        RecordingClient client;
+        std::unique_ptr<IContinuousCameraMonitor> monitor(
+            ICameraFactory::getUniqueInstance()->createContinuousCameraMonitor());
+        monitor->start(&client);
+        QCOMPARE(VirtualCameras::plug(), 1);
+        QVERIFY(VirtualCameras::unplug(0));
+        QTRY_COMPARE(client.seen(), QList<int>({ICameraEvent::CameraAdded, ICameraEvent::CameraRemoved}));
+        QVERIFY(client.threads.count(std::this_thread::get_id()) == 0);
+        monitor->stop();
+        VirtualCameras::plug();
+        QTest::qWait(50);
+        QCOMPARE(client.seen().size(), 2);
+    }
+
+    void serialLineCommands()
+    {
+        RecordingClient client;
+        std::unique_ptr<IContinuousCameraMonitor> monitor(
+            ICameraFactory::getUniqueInstance()->createContinuousCameraMonitor());
+        monitor->start(&client);
+        std::unique_ptr<IDeviceList> before(ICameraFactory::getUniqueInstance()->getDeviceList());
+        const QByteArray serial = before->getDevice(0)->getSerial();
+
+        const int fd = ::open(VirtualCameras::serialLinePath(0).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(fd >= 0);
+        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
+        QVERIFY(::write(fd, "help\r\n", 6) == 6);
+        QVERIFY(readSerialUntil(fd, "help\r\n").contains("reboot"));
+        QVERIFY(::write(fd, "bogus\n", 6) == 6);
+        QVERIFY(readSerialUntil(fd, "try help").contains("unknown command 'bogus'"));
+
+        // Rebooting is leaving the bus and coming back as a new device.
+        QVERIFY(::write(fd, "reboot\r", 7) == 7);
+        QTRY_COMPARE_WITH_TIMEOUT(client.seen(),
+                                  QList<int>({ICameraEvent::CameraRemoved, ICameraEvent::CameraAdded}), 5000);
+        std::unique_ptr<IDeviceList> after(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(after->getDeviceCount(), 1);
+        QVERIFY(after->getDevice(0)->getSerial() != serial);
+        monitor->stop();
+        ::close(fd);
+    }
+
+    void temperatureFollowsLoadAndFan()
+    {
+        // Over-temperature is a minute or so away without the fan, never with it.
+        ThermalModel hot(1000.0), cool(1000.0);
+        double overAfter = 0;
+        for (int s = 1; s <= 600; ++s) {
+            hot.advance(1000.0 + s, 1.0, false);
+            cool.advance(1000.0 + s, 1.0, true);
+            if (overAfter == 0 && hot.celsius() > ThermalModel::kOverTemperature)
+                overAfter = s;
+        }
+        QVERIFY2(overAfter > 20 && overAfter < 90, QByteArray::number(overAfter));
+        QVERIFY2(cool.celsius() < 45, QByteArray::number(cool.celsius()));
+        const double now = cool.celsius();
+        cool.advance(1000.0, 0.0, false); // time going back changes nothing
+        QCOMPARE(cool.celsius(), now);
+    }
+
+    void serialDeviceLinkIsTakenOnlyWhenFreeOrAbandoned()
+    {
+        QTemporaryDir folder;
+        const std::string path = folder.filePath("ttyACM0").toStdString();
+        const std::string note = folder.filePath(".ttyACM0.owner").toStdString();
+        int error = 0;
+        {
+            auto link = DeviceLink::create("/dev/null", path, error);
+            QVERIFY(link);
+            QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/null"));
+            QVERIFY(!DeviceLink::create("/dev/zero", path, error)); // taken, by a live process
+            QCOMPARE(error, -EEXIST);
+        }
+        QVERIFY(!QFile::exists(QString::fromStdString(path)));
+        QVERIFY(!QFile::exists(QString::fromStdString(note)));
+
+        // A link whose maker has ended is taken over.
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(0);
+        waitpid(child, nullptr, 0);
+        QVERIFY(symlink("/dev/null", path.c_str()) == 0);
+        QFile owner(QString::fromStdString(note));
+        QVERIFY(owner.open(QIODevice::WriteOnly));
+        owner.write(QByteArray::number(child) + " /dev/null\n");
+        owner.close();
+        auto taken = DeviceLink::create("/dev/zero", path, error);
+        QVERIFY(taken);
+        QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/zero"));
+
+        // What is not ours any more is left alone.
+        QVERIFY(unlink(path.c_str()) == 0 && symlink("/dev/full", path.c_str()) == 0);
+        taken.reset();
+        QCOMPARE(QFile::symLinkTarget(QString::fromStdString(path)), QString("/dev/full"));
+    }
+
+private:
+    static constexpr int AutoExposureBit = 0x1;
+    static constexpr int AutoFocusBit = 0x2;
+    static constexpr int AutoWhiteBalanceBit = 0x4;
+};
+
+QTEST_GUILESS_MAIN(TestVirtualCamera)
+#include "test_virtualcamera.moc"
