@@ -28,5 +28,13 @@ xdotool mousemove --window "$window" 24 24 click 1
 sleep "$seconds"
 import -window "$window" "$shot"
 echo "Screenshot saved to $shot"
-xdotool windowclose "$window" 2>/dev/null || true
-sleep 0.5
+# Quit sits at the right-hand end of the tool bar; closing through it lets the
+# application stop the stream and release the camera as it does for a user.
+xdotool mousemove --window "$window" 776 24 click 1
+for _ in $(seq 50); do kill -0 "$app" 2>/dev/null || break; sleep 0.1; done
+if kill -0 "$app" 2>/dev/null; then
+    echo "The application did not quit; stopping it." >&2
+else
+    wait "$app" || echo "The application exited with status $?." >&2
+    app=
+fi
