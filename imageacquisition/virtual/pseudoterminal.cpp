@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
+#include <unistd.h>
 
 namespace ImageAcquisition {
 

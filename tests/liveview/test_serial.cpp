@@ -182,31 +182,16 @@ private slots:
 
     void heldLineIsNotOpened()
     {
-        linkLine();
-        const int holder = ::open(m_line->slavePath.constData(), O_RDWR | O_NOCTTY);
-        QVERIFY(holder >= 0);
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
-        openSerialPort(window);
-        ::close(holder);
-        const QString text = consoleText(window);
-        QVERIFY2(text.contains(QString::number(QCoreApplication::applicationPid())), qPrintable(text));
-        QVERIFY(text.startsWith("fuser /dev/ttyACM0: ("));
-        QVERIFY(text.endsWith(")\n"));
-        QVERIFY(!window.findChild<QSerialPort*>());
-    }
-
-    void secondOpeningFindsTheFirst()
-    {
+        // A second opening finds the first one holding the line.
         linkLine();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         openSerialPort(window);
-        QCOMPARE(window.findChildren<QSerialPort*>().size(), 1);
         openSerialPort(window);
         QCOMPARE(window.findChildren<QSerialPort*>().size(), 1);
         const QStringList lines = consoleText(window).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 2);
+        QVERIFY(lines[1].startsWith("fuser /dev/ttyACM0: ("));
         QVERIFY(lines[1].contains(QString::number(QCoreApplication::applicationPid())));
     }
 
@@ -259,8 +244,21 @@ private slots:
         QVERIFY(consoleText(window).endsWith(")\n"));
     }
 
-    void resourceErrorShowsThePortsOwnText()
+    void portErrors_data()
     {
+        QTest::addColumn<QSerialPort::SerialPortError>("error");
+        QTest::addColumn<bool>("closes");
+        QTest::newRow("resource") << QSerialPort::ResourceError << true;
+        QTest::newRow("read") << QSerialPort::ReadError << false;
+        QTest::newRow("write") << QSerialPort::WriteError << false;
+        QTest::newRow("parity") << QSerialPort::ParityError << false;
+        QTest::newRow("unknown") << QSerialPort::UnknownError << false;
+    }
+
+    void portErrors()
+    {
+        QFETCH(QSerialPort::SerialPortError, error);
+        QFETCH(bool, closes);
         linkLine();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
@@ -272,32 +270,18 @@ private slots:
             text = box->text();
             box->accept();
         });
-        // As the port reports a device that went away.
         QMetaObject::invokeMethod(&window, "handleError", Qt::DirectConnection,
-                                  Q_ARG(QSerialPort::SerialPortError, QSerialPort::ResourceError));
-        QCOMPARE(handler.handled, 1);
-        QCOMPARE(title, QString("Critical Error"));
-        QCOMPARE(text, port->errorString());
-        QTRY_VERIFY(port.isNull());
-    }
-
-    void otherErrorsAreIgnored()
-    {
-        linkLine();
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
-        openSerialPort(window);
-        Probe::ModalHandler<QMessageBox> handler([&](QMessageBox* box) { box->accept(); });
-        for (auto error : {QSerialPort::ReadError, QSerialPort::WriteError, QSerialPort::ParityError,
-                           QSerialPort::TimeoutError, QSerialPort::UnknownError})
-            QMetaObject::invokeMethod(&window, "handleError", Qt::DirectConnection,
-                                      Q_ARG(QSerialPort::SerialPortError, error));
-        QTest::qWait(100);
-        QCOMPARE(handler.handled, 0);
-        auto* port = window.findChild<QSerialPort*>();
-        QVERIFY(port && port->isOpen());
-        m_line->send("still here\n");
-        QTRY_VERIFY(consoleText(window).contains("still here"));
+                                  Q_ARG(QSerialPort::SerialPortError, error));
+        QCOMPARE(handler.handled, closes ? 1 : 0);
+        if (closes) {
+            QCOMPARE(title, QString("Critical Error"));
+            QCOMPARE(text, port->errorString());
+            QTRY_VERIFY(port.isNull());
+        } else {
+            QVERIFY(port && port->isOpen());
+            m_line->send("still here\n");
+            QTRY_VERIFY(consoleText(window).contains("still here"));
+        }
     }
 };
 
