@@ -1,21 +1,26 @@
-// The editable rows of the settings dialog: what each shows when built, what
-// reaches the camera when the user acts on it, refused writes and refreshes.
-#include "camerarig.h"
+// The rows of the settings dialog and the sliders' style: what each row shows,
+// what reaches the camera when the user acts, refused writes and refreshes.
 #include "cameracontrolbutton.h"
 #include "cameracontrolcheckbox.h"
 #include "cameracontrolcombobox.h"
+#include "cameracontrolerrorcode.h"
 #include "cameracontrollineedit.h"
+#include "cameracontrolroint.h"
 #include "cameracontrolslider.h"
+#include "cameracontroltrigger.h"
 #include "customstyle.h"
+#include "fakelayer.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGraphicsDropShadowEffect>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPointer>
+#include <QPainter>
 #include <QPushButton>
 #include <QSlider>
+#include <QStyleFactory>
+#include <QStyleOptionSlider>
 #include <QToolButton>
 #include <QtTest>
 
@@ -24,21 +29,70 @@ using Family = ImageAcquisition::ICameraControl::Family;
 
 namespace {
 
-QStringList labelTexts(QWidget& row)
-{
-    QStringList texts;
-    for (QLabel* label : row.findChildren<QLabel*>())
-        texts << label->text();
-    return texts;
-}
+const QStringList kErrorTexts{"Over Temperature", "Video DMA", "GPIF", "Image Sensor", "Debug Print", "I/O",
+                              "IO Supply", "Flash", "USB", "USB Video", "USB UART", "USB Bootloader", "MIPI",
+                              "Liquid Lens", "Application", "Auto Diagnosis", "USB Not Connected",
+                              "Trigger timeout", "Not in focus", "Error All"};
 
-QLabel* labelWithText(QWidget& row, const QString& text)
+// Whether the row shows the text in a label that stays readable on any picture.
+bool shows(QWidget& row, const QString& text)
 {
     for (QLabel* label : row.findChildren<QLabel*>()) {
         if (label->text() == text)
-            return label;
+            return label->styleSheet() == "QLabel { color : white;}"
+                   && qobject_cast<QGraphicsDropShadowEffect*>(label->graphicsEffect());
     }
-    return nullptr;
+    return false;
+}
+
+QStringList items(QComboBox* combo)
+{
+    QStringList texts;
+    for (int i = 0; i < combo->count(); ++i)
+        texts << combo->itemText(i);
+    return texts;
+}
+
+bool showsIcon(QToolButton* button, const char* path)
+{
+    return button->icon().pixmap(32).toImage() == QIcon(path).pixmap(32).toImage();
+}
+
+// The texts of a panel's entries in order, or of the checked ones only.
+QStringList entries(QWidget& panel, bool checkedOnly = true)
+{
+    const auto boxes = panel.findChildren<QCheckBox*>();
+    const auto labels = panel.findChildren<QLabel*>();
+    QStringList texts;
+    for (int i = 0; i < boxes.size(); ++i) {
+        if (boxes[i]->isChecked() || !checkedOnly)
+            texts << labels[i]->text();
+    }
+    return texts;
+}
+
+struct FamilyLog
+{
+    explicit FamilyLog(CameraControlBase& row)
+    {
+        QObject::connect(&row, &CameraControlBase::updateFamily, [this](Family f) { families.push_back(f); });
+    }
+    std::vector<Family> families;
+};
+
+void showAndWait(QWidget& widget)
+{
+    widget.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+}
+
+QImage paint(const QStyle& style, QStyle::ComplexControl control, const QStyleOptionComplex& option)
+{
+    QImage image(300, 60, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    style.drawComplexControl(control, &option, &painter);
+    return image;
 }
 
 } // namespace
@@ -50,435 +104,337 @@ class TestControlRows : public QObject
 private slots:
     void init() { Fake::clearCalls(); }
 
-    // --- what every row shares ------------------------------------------
-
-    void everyRowIsASunkenBoxWithShadowedWhiteLabels()
-    {
-        CameraRig rig;
-        std::vector<std::unique_ptr<CameraControlBase>> rows;
-        rows.emplace_back(new CameraControlSlider(rig.add<Fake::Numeric<int>>("Gain", 0, 10, 1, 5), nullptr));
-        rows.emplace_back(new CameraControlLineEdit(rig.add<Fake::String>("Label", "x", 0, 8), nullptr));
-        rows.emplace_back(new CameraControlComboBox(
-            rig.add<Fake::StringMenu>("Mode", std::vector<std::string>{"A"}, 0), nullptr));
-        rows.emplace_back(new CameraControlCheckBox(rig.add<Fake::Boolean>("Auto", true), nullptr));
-        rows.emplace_back(new CameraControlButton(rig.add<Fake::Button>("Reset"), nullptr));
-
-        for (const auto& row : rows) {
-            QCOMPARE(row->frameStyle(), 0x31);
-            QCOMPARE(row->frameShape(), QFrame::Box);
-            QCOMPARE(row->frameShadow(), QFrame::Sunken);
-            for (QLabel* label : row->findChildren<QLabel*>()) {
-                QCOMPARE(label->styleSheet(), QString("QLabel { color : white;}"));
-                auto* shadow = qobject_cast<QGraphicsDropShadowEffect*>(label->graphicsEffect());
-                QVERIFY(shadow);
-                QCOMPARE(shadow->parent(), row.get());
-                QCOMPARE(shadow->color(), QColor(Qt::black));
-                QCOMPARE(shadow->blurRadius(), 2.0);
-                QCOMPARE(shadow->offset(), QPointF(1.5, 1.5));
-            }
-        }
-    }
-
-    void familyIsAskedEveryTime()
-    {
-        CameraRig rig;
-        auto& control = rig.add<Fake::Boolean>("Auto", false, ImageAcquisition::ICameraControl::FamilyUser);
-        CameraControlCheckBox row(control, nullptr);
-        QCOMPARE(row.family(), ImageAcquisition::ICameraControl::FamilyUser);
-        control.family = ImageAcquisition::ICameraControl::FamilyCamera;
-        QCOMPARE(row.family(), ImageAcquisition::ICameraControl::FamilyCamera);
-    }
-
-    void editabilityAsksTheFlagsInOrderUntilOneHolds_data()
-    {
-        QTest::addColumn<QString>("flag");
-        QTest::addColumn<QStringList>("asked");
-        const QStringList all{"isDisabled", "isInactive", "isGrabbed", "isReadOnly"};
-        QTest::newRow("none") << QString() << all;
-        QTest::newRow("disabled") << "disabled" << QStringList(all.mid(0, 1));
-        QTest::newRow("inactive") << "inactive" << QStringList(all.mid(0, 2));
-        QTest::newRow("grabbed") << "grabbed" << QStringList(all.mid(0, 3));
-        QTest::newRow("read-only") << "readOnly" << all;
-    }
-
     void editabilityAsksTheFlagsInOrderUntilOneHolds()
     {
-        QFETCH(QString, flag);
-        QFETCH(QStringList, asked);
-        CameraRig rig;
-        auto& control = rig.add<Fake::Numeric<int>>("Gain", 0, 10, 1, 5);
-        control.logFlagQueries = true;
-        bool* flags[] = {&control.disabled, &control.inactive, &control.grabbed, &control.readOnly};
-        const QStringList names{"disabled", "inactive", "grabbed", "readOnly"};
-        if (!flag.isEmpty())
-            *flags[names.indexOf(flag)] = true;
-
-        CameraControlSlider row(control, nullptr);
-        QStringList queried;
-        for (const auto& call : Fake::calls()) {
-            if (call.rfind("Gain.is", 0) == 0)
-                queried << QString::fromStdString(call.substr(5));
-        }
-        QCOMPARE(queried, asked);
-        QCOMPARE(row.findChild<QSlider*>()->isEnabled(), flag.isEmpty());
-        for (QLabel* label : row.findChildren<QLabel*>())
-            QVERIFY(label->isEnabled());
-
-        // The flag clears on the camera: the next refresh enables the input again.
-        for (bool* f : flags)
-            *f = false;
-        row.updateState();
-        QVERIFY(row.findChild<QSlider*>()->isEnabled());
-    }
-
-    void everyEditableRowAppliesTheTestOnRefresh()
-    {
-        CameraRig rig;
-        auto& text = rig.add<Fake::String>("Label", "x", 0, 8);
-        auto& menu = rig.add<Fake::Int64Menu>("Rate", std::vector<long long>{1, 2}, 0);
-        auto& box = rig.add<Fake::Boolean>("Auto", true);
-        auto& button = rig.add<Fake::Button>("Reset");
-        CameraControlLineEdit textRow(text, nullptr);
-        CameraControlComboBox menuRow(menu, nullptr);
-        CameraControlCheckBox boxRow(box, nullptr);
-        CameraControlButton buttonRow(button, nullptr);
-        QWidget* inputs[] = {textRow.findChild<QLineEdit*>(), menuRow.findChild<QComboBox*>(),
-                             boxRow.findChild<QCheckBox*>(), buttonRow.findChild<QPushButton*>()};
-        Fake::Control* controls[] = {&text, &menu, &box, &button};
-        CameraControlBase* rows[] = {&textRow, &menuRow, &boxRow, &buttonRow};
-        for (int i = 0; i < 4; ++i) {
-            QVERIFY(inputs[i]->isEnabled());
-            controls[i]->grabbed = true;
-            rows[i]->updateState();
-            QVERIFY(!inputs[i]->isEnabled());
-            QCOMPARE(controls[i]->refreshCount, 1);
+        const QStringList all{"isDisabled", "isInactive", "isGrabbed", "isReadOnly"};
+        for (int holding = -1; holding < 4; ++holding) {
+            Fake::clearCalls();
+            Fake::Numeric<int> gain("Gain", 0, 10, 1, 5);
+            gain.logFlagQueries = true;
+            bool* flags[] = {&gain.disabled, &gain.inactive, &gain.grabbed, &gain.readOnly};
+            if (holding >= 0)
+                *flags[holding] = true;
+            CameraControlSlider row(gain, nullptr);
+            QStringList asked;
+            for (const auto& call : Fake::calls()) {
+                if (call.rfind("Gain.is", 0) == 0)
+                    asked << QString::fromStdString(call.substr(5));
+            }
+            QCOMPARE(asked, all.mid(0, holding < 0 ? 4 : holding + 1));
+            QCOMPARE(row.findChild<QSlider*>()->isEnabled(), holding < 0);
         }
     }
 
-    // --- slider ---------------------------------------------------------
-
-    void sliderShowsBoundsAndNamedValue()
+    void slider()
     {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", -10, 10, 2, 4);
+        Fake::Numeric<int> gain("Gain", -10, 10, 2, 4);
         CameraControlSlider row(gain, nullptr);
         auto* slider = row.findChild<QSlider*>();
-        QCOMPARE(slider->orientation(), Qt::Horizontal);
-        QCOMPARE(slider->minimum(), -10);
-        QCOMPARE(slider->maximum(), 10);
-        QCOMPARE(slider->value(), 4);
-        QCOMPARE(slider->singleStep(), 2);
-        QCOMPARE(slider->minimumHeight(), 60);
-        QCOMPARE(labelTexts(row), QStringList({"-10", "10", "Gain: 4"}));
-        QVERIFY(labelWithText(row, "Gain: 4")->alignment() & Qt::AlignHCenter);
-        QVERIFY(!Fake::called("Gain.setValue"));
-        QVERIFY(!Fake::called("Gain.refresh"));
-    }
+        QCOMPARE(QVector<int>({slider->minimum(), slider->maximum(), slider->value(), slider->singleStep()}),
+                 QVector<int>({-10, 10, 4, 2}));
+        QVERIFY(shows(row, "-10") && shows(row, "10") && shows(row, "Gain: 4"));
+        QVERIFY(qobject_cast<CustomStyle*>(slider->style()) && slider->style()->parent() == &row);
+        QVERIFY(!Fake::called("Gain.setValue") && !Fake::called("Gain.refresh"));
 
-    void movingTheSliderWritesEachPosition()
-    {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", -10, 10, 2, 4);
-        CameraControlSlider row(gain, nullptr);
-        row.findChild<QSlider*>()->setValue(6);
-        QCOMPARE(Fake::count("Gain.setValue"), 1);
-        QVERIFY(Fake::called("Gain.setValue(6)"));
-        QCOMPARE(gain.value, 6);
-        QVERIFY(labelWithText(row, "Gain: 6"));
-    }
-
-    void refusedSliderWriteKeepsTheLabel()
-    {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", -10, 10, 2, 4);
-        CameraControlSlider row(gain, nullptr);
+        slider->setValue(6);
         gain.refuseWrites = true;
-        auto* slider = row.findChild<QSlider*>();
         slider->setValue(8);
-        QVERIFY(Fake::called("Gain.setValue(8)"));
-        QCOMPARE(slider->value(), 8);
-        QVERIFY(labelWithText(row, "Gain: 4"));
-        // A refresh brings the camera's value back without writing it.
-        row.updateState();
-        QCOMPARE(slider->value(), 4);
-        QCOMPARE(Fake::count("Gain.setValue"), 1);
-    }
+        QVERIFY(Fake::called("Gain.setValue(6)") && Fake::called("Gain.setValue(8)"));
+        QVERIFY(gain.value == 6 && shows(row, "Gain: 6"));
 
-    void refreshShowsTheCameraValueWithoutWriting()
-    {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", -10, 10, 1, 4);
-        CameraControlSlider row(gain, nullptr);
+        // Refreshes show the camera's value without writing it back.
         row.updateState();
-        QVERIFY(labelWithText(row, "Gain: 4"));
-        gain.onRefresh = [&] { gain.value = -3; };
+        QCOMPARE(slider->value(), 6);
+        gain.value = -3;
+        gain.grabbed = true;
         row.updateState();
-        QCOMPARE(row.findChild<QSlider*>()->value(), -3);
-        QVERIFY(labelWithText(row, "Gain: -3"));
-        QCOMPARE(gain.refreshCount, 2);
-        QVERIFY(!Fake::called("Gain.setValue"));
-    }
+        QVERIFY(slider->value() == -3 && shows(row, "Gain: -3") && !slider->isEnabled());
+        gain.grabbed = false;
+        row.updateState();
+        QVERIFY(slider->isEnabled());
+        QCOMPARE(Fake::count("Gain.setValue"), 2);
 
-    void wideSliderKeepsTheLowBitsAndTheTrueBounds()
-    {
-        CameraRig rig;
-        auto& exposure = rig.add<Fake::Numeric<long long>>("Exposure", -5, 4294967296LL, 1, 5000000000LL);
-        CameraControlSlider row(exposure, nullptr);
-        auto* slider = row.findChild<QSlider*>();
-        QCOMPARE(slider->minimum(), -5);
-        QCOMPARE(slider->maximum(), 0);
-        // The slider's range is [-5, 0]; the low 32 bits of the value do not fit it.
-        QCOMPARE(labelTexts(row), QStringList({"-5", "4294967296", "Exposure: 5000000000"}));
-        QCOMPARE(row.controlValue(), 5000000000LL);
-
-        CameraRig rig2;
-        auto& wide = rig2.add<Fake::Numeric<long long>>("Exposure", 0, 6000000000LL, 1, 5000000000LL);
-        CameraControlSlider wideRow(wide, nullptr);
-        auto* wideSlider = wideRow.findChild<QSlider*>();
-        QCOMPARE(wideSlider->maximum(), 1705032704);
-        QCOMPARE(wideSlider->value(), 705032704);
-        QVERIFY(labelWithText(wideRow, "Exposure: 5000000000"));
+        // A 64-bit control: the slider keeps the low 32 bits, the labels the true values.
+        Fake::Numeric<long long> exposure("Exposure", -6000000000LL, 6000000000LL, 1, 5000000000LL);
+        CameraControlSlider wideRow(exposure, nullptr);
+        auto* wide = wideRow.findChild<QSlider*>();
+        QCOMPARE(QVector<int>({wide->minimum(), wide->maximum(), wide->value()}),
+                 QVector<int>({-1705032704, 1705032704, 705032704}));
+        QVERIFY(shows(wideRow, "-6000000000") && shows(wideRow, "6000000000"));
         wideRow.updateState();
-        QVERIFY(labelWithText(wideRow, "Exposure: 5000000000"));
-
-        wideSlider->setValue(7);
-        QVERIFY(Fake::called("Exposure.setValue(7)"));
-        QCOMPARE(wide.value, 7LL);
-        QVERIFY(labelWithText(wideRow, "Exposure: 7"));
+        QVERIFY(shows(wideRow, "Exposure: 5000000000"));
+        wide->setValue(-42);
+        QVERIFY(exposure.value == -42 && shows(wideRow, "Exposure: -42"));
     }
 
-    void negativeWideValueGoesBackSignExtended()
+    void lineEdit()
     {
-        CameraRig rig;
-        auto& offset = rig.add<Fake::Numeric<long long>>("Offset", -100, 100, 1, 0);
-        CameraControlSlider row(offset, nullptr);
-        row.findChild<QSlider*>()->setValue(-42);
-        QCOMPARE(offset.value, -42LL);
-    }
-
-    void sliderOfAControlWithoutNameShowsJustTheValue()
-    {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", 0, 10, 1, 3);
-        gain.nullName = true;
-        CameraControlSlider row(gain, nullptr);
-        QVERIFY(labelWithText(row, ": 3"));
-    }
-
-    void sliderStyleLivesAndDiesWithTheRow()
-    {
-        CameraRig rig;
-        auto& gain = rig.add<Fake::Numeric<int>>("Gain", 0, 10, 1, 3);
-        auto* row = new CameraControlSlider(gain, nullptr);
-        QPointer<CustomStyle> style = row->findChild<CustomStyle*>();
-        QVERIFY(style);
-        QCOMPARE(row->findChild<QSlider*>()->style(), style.data());
-        // Each slider has a style of its own.
-        CameraControlSlider other(gain, nullptr);
-        QVERIFY(other.findChild<CustomStyle*>() != style.data());
-        row->show();
-        QVERIFY(QTest::qWaitForWindowExposed(row));
-        delete row;
-        QVERIFY(style.isNull());
-    }
-
-    // --- line edit ------------------------------------------------------
-
-    void lineEditCommitsOnlyTextsWithinTheLimits()
-    {
-        CameraRig rig;
-        auto& name = rig.add<Fake::String>("Name", "", 1, 8);
+        Fake::String name("Name", std::string("caf\xc3\xa9\0tail", 9), 1, 8);
         CameraControlLineEdit row(name, nullptr);
         auto* edit = row.findChild<QLineEdit*>();
         auto* commit = row.findChild<QToolButton*>();
-        QVERIFY(labelWithText(row, "Name :"));
-        QCOMPARE(edit->maxLength(), 8);
-        QVERIFY(!commit->isEnabled());
-        QVERIFY(showsIcon(commit->icon(), ":/icons/refresh.png"));
-
-        QTest::keyClicks(edit, "abc");
-        QVERIFY(commit->isEnabled());
-        QVERIFY(showsIcon(commit->icon(), ":/icons/refresh required.png"));
-        QVERIFY(!Fake::called("Name.setValue"));
-
+        QVERIFY(shows(row, "Name :"));
+        QCOMPARE(edit->text(), QString::fromUtf8("caf\xc3\xa9"));
+        QVERIFY(!commit->isEnabled() && showsIcon(commit, ":/icons/refresh.png"));
         edit->clear();
-        QVERIFY(!commit->isEnabled());
-        QVERIFY(showsIcon(commit->icon(), ":/icons/refresh.png"));
-
+        QVERIFY(!commit->isEnabled() && showsIcon(commit, ":/icons/refresh.png"));
         QTest::keyClicks(edit, "abcdefghi");
         QCOMPARE(edit->text(), QString("abcdefgh"));
+        QVERIFY(commit->isEnabled() && showsIcon(commit, ":/icons/refresh required.png"));
+        QVERIFY(!Fake::called("Name.setValue"));
         QTest::mouseClick(commit, Qt::LeftButton);
-        QVERIFY(Fake::called("Name.setValue(abcdefgh)"));
-        QCOMPARE(name.value, std::string("abcdefgh"));
-        QVERIFY(!commit->isEnabled());
-        QVERIFY(showsIcon(commit->icon(), ":/icons/refresh.png"));
-    }
-
-    void refusedCommitStillReturnsToIdle()
-    {
-        CameraRig rig;
-        auto& name = rig.add<Fake::String>("Name", "old", 0, 8);
         name.refuseWrites = true;
-        CameraControlLineEdit row(name, nullptr);
-        auto* edit = row.findChild<QLineEdit*>();
-        auto* commit = row.findChild<QToolButton*>();
-        QCOMPARE(edit->text(), QString("old"));
-        QTest::keyClicks(edit, "x");
+        edit->setText("x");
         QTest::mouseClick(commit, Qt::LeftButton);
-        QVERIFY(Fake::called("Name.setValue(oldx)"));
-        QCOMPARE(name.value, std::string("old"));
-        QVERIFY(!commit->isEnabled());
-        QCOMPARE(edit->text(), QString("oldx"));
-    }
+        QVERIFY(Fake::called("Name.setValue(x)") && name.value == "abcdefgh");
+        QVERIFY(!commit->isEnabled() && showsIcon(commit, ":/icons/refresh.png"));
 
-    void refreshReplacesTheTextButKeepsAPendingCommit()
-    {
-        CameraRig rig;
-        auto& name = rig.add<Fake::String>("Name", "cam", 0, 8);
-        CameraControlLineEdit row(name, nullptr);
-        auto* edit = row.findChild<QLineEdit*>();
-        auto* commit = row.findChild<QToolButton*>();
-        QTest::keyClicks(edit, "era");
-        QVERIFY(commit->isEnabled());
-        name.value = "front";
+        // A refresh replaces the text and leaves the commit button as it was.
+        name.grabbed = true;
         row.updateState();
-        QCOMPARE(edit->text(), QString("front"));
-        QVERIFY(commit->isEnabled());
-        QVERIFY(showsIcon(commit->icon(), ":/icons/refresh required.png"));
-        QCOMPARE(name.refreshCount, 1);
+        QVERIFY(edit->text() == "abcdefgh" && !commit->isEnabled() && !edit->isEnabled());
+        edit->setText("y");
+        row.updateState();
+        QVERIFY(edit->text() == "abcdefgh" && commit->isEnabled());
     }
 
-    void lineEditReadsUtf8AndStopsAtTheFirstNul()
+    void comboBox()
     {
-        CameraRig rig;
-        auto& name = rig.add<Fake::String>("Name", std::string("caf\xc3\xa9\0tail", 9), 0, 16);
-        CameraControlLineEdit row(name, nullptr);
-        QCOMPARE(row.controlString(), QString::fromUtf8("caf\xc3\xa9"));
-        name.nullName = true;
-        CameraControlLineEdit unnamed(name, nullptr);
-        QVERIFY(labelWithText(unnamed, " :"));
-    }
-
-    // --- combo box ------------------------------------------------------
-
-    void textMenuListsItsEntriesAndWritesThePick()
-    {
-        CameraRig rig;
-        auto& mode = rig.add<Fake::StringMenu>("Mode", std::vector<std::string>{"Off", "Manual", "Auto"}, 2,
-                                               ImageAcquisition::ICameraControl::FamilyCamera);
+        Fake::StringMenu mode("Mode", {"Off", "Manual", "Auto"}, 2, Family::FamilyCamera);
         CameraControlComboBox row(mode, nullptr);
-        FamilyListener listener(&row);
+        FamilyLog log(row);
         auto* combo = row.findChild<QComboBox*>();
-        QVERIFY(labelWithText(row, "Mode: "));
-        QCOMPARE(labelWithText(row, "Mode: ")->sizePolicy().horizontalPolicy(), QSizePolicy::Maximum);
-        QCOMPARE(combo->count(), 3);
-        QCOMPARE(combo->itemText(0), QString("Off"));
-        QCOMPARE(combo->itemText(2), QString("Auto"));
+        QVERIFY(shows(row, "Mode: "));
+        QCOMPARE(items(combo), QStringList({"Off", "Manual", "Auto"}));
         QCOMPARE(combo->currentIndex(), 2);
         QVERIFY(!Fake::called("Mode.setIndex"));
 
         combo->setCurrentIndex(0);
-        QCOMPARE(Fake::count("Mode.setIndex"), 1);
-        QVERIFY(Fake::called("Mode.setIndex(0)"));
-        QCOMPARE(listener.families, std::vector<Family>{ImageAcquisition::ICameraControl::FamilyCamera});
-    }
-
-    void integerMenuWritesItsEntriesInDecimal()
-    {
-        CameraRig rig;
-        auto& rate = rig.add<Fake::Int64Menu>("Rate", std::vector<long long>{-1, 0, 5000000000LL}, 1);
-        CameraControlComboBox row(rate, nullptr);
-        auto* combo = row.findChild<QComboBox*>();
-        QCOMPARE(combo->count(), 3);
-        QCOMPARE(combo->itemText(0), QString("-1"));
-        QCOMPARE(combo->itemText(1), QString("0"));
-        QCOMPARE(combo->itemText(2), QString("5000000000"));
-        QCOMPARE(combo->currentIndex(), 1);
-    }
-
-    void emptyMenuShowsAnEmptyComboBox()
-    {
-        CameraRig rig;
-        auto& rate = rig.add<Fake::Int64Menu>("Rate", std::vector<long long>{}, 0);
-        CameraControlComboBox row(rate, nullptr);
-        QCOMPARE(row.findChild<QComboBox*>()->count(), 0);
-    }
-
-    void refusedPickKeepsItAndStillRefreshesTheFamily()
-    {
-        CameraRig rig;
-        auto& mode = rig.add<Fake::StringMenu>("Mode", std::vector<std::string>{"Off", "On"}, 0);
         mode.refuseWrites = true;
-        CameraControlComboBox row(mode, nullptr);
-        FamilyListener listener(&row);
-        row.findChild<QComboBox*>()->setCurrentIndex(1);
-        QCOMPARE(row.findChild<QComboBox*>()->currentIndex(), 1);
-        QCOMPARE(mode.index, 0);
-        QCOMPARE(listener.families.size(), size_t(1));
-    }
-
-    // --- check box ------------------------------------------------------
-
-    void checkBoxWritesEachClickAndReportsIt()
-    {
-        CameraRig rig;
-        auto& autoWb = rig.add<Fake::Boolean>("White Balance Auto", false);
-        CameraControlCheckBox row(autoWb, nullptr);
-        FamilyListener listener(&row);
-        row.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&row));
-        auto* box = row.findChild<QCheckBox*>();
-        QVERIFY(!box->isChecked());
-        QVERIFY(box->text().isEmpty());
-        QVERIFY(labelWithText(row, "White Balance Auto"));
-
-        QTest::mouseClick(box, Qt::LeftButton);
-        QVERIFY(Fake::called("White Balance Auto.setValue(true)"));
-        QVERIFY(autoWb.value);
-        QTest::mouseClick(box, Qt::LeftButton);
-        QVERIFY(Fake::called("White Balance Auto.setValue(false)"));
-        QCOMPARE(listener.families.size(), size_t(2));
-    }
-
-    void refusedClickKeepsTheBoxAndStillRefreshesTheFamily()
-    {
-        CameraRig rig;
-        auto& autoWb = rig.add<Fake::Boolean>("White Balance Auto", true);
-        autoWb.refuseWrites = true;
-        CameraControlCheckBox row(autoWb, nullptr);
-        FamilyListener listener(&row);
-        row.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&row));
-        auto* box = row.findChild<QCheckBox*>();
-        QVERIFY(box->isChecked());
-        QTest::mouseClick(box, Qt::LeftButton);
-        QVERIFY(!box->isChecked());
-        QVERIFY(autoWb.value);
-        QCOMPARE(listener.families.size(), size_t(1));
-        // Refreshes do not redisplay the value.
+        combo->setCurrentIndex(1);
+        QCOMPARE(Fake::calls(), std::vector<std::string>({"Mode.setIndex(0)", "Mode.setIndex(1)"}));
+        QVERIFY(combo->currentIndex() == 1 && mode.index == 0);
+        QCOMPARE(log.families, std::vector<Family>(2, Family::FamilyCamera));
+        mode.grabbed = true;
         row.updateState();
-        QVERIFY(!box->isChecked());
+        QVERIFY(!combo->isEnabled() && mode.refreshCount == 1);
+
+        Fake::Int64Menu rate("Rate", {-1, 0, 5000000000LL}, 1);
+        CameraControlComboBox rateRow(rate, nullptr);
+        QCOMPARE(items(rateRow.findChild<QComboBox*>()), QStringList({"-1", "0", "5000000000"}));
+        QCOMPARE(rateRow.findChild<QComboBox*>()->currentIndex(), 1);
     }
 
-    // --- button ---------------------------------------------------------
-
-    void buttonPressesOncePerClick()
+    void checkBox()
     {
-        CameraRig rig;
-        auto& reset = rig.add<Fake::Button>("Reset", ImageAcquisition::ICameraControl::FamilyKelvane);
+        Fake::Boolean autoWb("White Balance Auto", false);
+        CameraControlCheckBox row(autoWb, nullptr);
+        FamilyLog log(row);
+        showAndWait(row);
+        auto* box = row.findChild<QCheckBox*>();
+        QVERIFY(!box->isChecked() && box->text().isEmpty() && shows(row, "White Balance Auto"));
+        QTest::mouseClick(box, Qt::LeftButton);
+        autoWb.refuseWrites = true;
+        QTest::mouseClick(box, Qt::LeftButton);
+        QCOMPARE(Fake::calls(), std::vector<std::string>({"White Balance Auto.setValue(true)",
+                                                          "White Balance Auto.setValue(false)"}));
+        QVERIFY(!box->isChecked() && autoWb.value);
+        QCOMPARE(log.families.size(), size_t(2));
+        // Refreshes do not redisplay the value.
+        autoWb.grabbed = true;
+        row.updateState();
+        QVERIFY(!box->isChecked() && !box->isEnabled() && autoWb.refreshCount == 1);
+    }
+
+    void button()
+    {
+        Fake::Button reset("Reset", Family::FamilyKelvane);
         CameraControlButton row(reset, nullptr);
-        FamilyListener listener(&row);
+        FamilyLog log(row);
         auto* button = row.findChild<QPushButton*>();
         QCOMPARE(button->text(), QString("Reset"));
-        QVERIFY(row.findChildren<QLabel*>().isEmpty());
         QTest::mouseClick(button, Qt::LeftButton);
-        QTest::mouseClick(button, Qt::LeftButton);
-        QCOMPARE(Fake::count("Reset.press"), 2);
-        QCOMPARE(listener.families,
-                 std::vector<Family>(2, ImageAcquisition::ICameraControl::FamilyKelvane));
         reset.refuseWrites = true;
         QTest::mouseClick(button, Qt::LeftButton);
-        QCOMPARE(listener.families.size(), size_t(3));
+        QCOMPARE(Fake::count("Reset.press"), 2);
+        QCOMPARE(log.families, std::vector<Family>(2, Family::FamilyKelvane));
+        // Asked every time: the layer may move a control to another family.
+        reset.family = Family::FamilyUser;
+        QCOMPARE(row.family(), Family::FamilyUser);
+        reset.grabbed = true;
+        row.updateState();
+        QVERIFY(!button->isEnabled() && reset.refreshCount == 1);
+    }
+
+    void readOnlyValueFormats_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("hundredths") << "Temperature (C)" << 4523 << "45.23";
+        QTest::newRow("whole degrees") << "Temperature (C)" << 2500 << "25";
+        QTest::newRow("below zero") << "Temperature (C)" << -150 << "-1.5";
+        QTest::newRow("six digits") << "Temperature (C)" << 12345678 << "123457";
+        QTest::newRow("exponent") << "Temperature (C)" << 100000000 << "1e+06";
+        QTest::newRow("other name") << "Frame Counter" << 1234567 << "1234567";
+        QTest::newRow("other unit") << "Temperature (F)" << 4523 << "4523";
+        QTest::newRow("letter case differs") << "temperature (c)" << 4523 << "4523";
+        QTest::newRow("no name") << QString() << 4523 << "4523";
+    }
+
+    void readOnlyValueFormats()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, value);
+        QFETCH(QString, shown);
+        Fake::Numeric<int> control(name.toStdString(), -1, 1, 1, value);
+        control.nullName = name.isNull();
+        CameraControlROInt row(control, nullptr);
+        QCOMPARE(row.findChild<QLineEdit*>()->text(), shown);
+        QVERIFY(row.findChild<QLineEdit*>()->isReadOnly());
+        QVERIFY(shows(row, name + " :"));
+    }
+
+    void pollingRowsFollowTheCameraAndSurviveItsFailures()
+    {
+        Fake::Numeric<int> temperature("Temperature (C)", 0, 0, 1, 2500);
+        Fake::Numeric<int> status("Error Status", 0, 0, 1, 0x8);
+        status.throwOnRefresh = true;
+        CameraControlROInt row(temperature, nullptr);
+        CameraControlErrorCode panel(status, nullptr);
+        QCOMPARE(temperature.refreshCount, 0);
+        QCOMPARE(status.refreshCount, 1);
+        QCOMPARE(entries(panel), QStringList());
+
+        temperature.value = 3125;
+        status.throwOnRefresh = false;
+        QTRY_COMPARE_WITH_TIMEOUT(row.findChild<QLineEdit*>()->text(), QString("31.25"), 2000);
+        QTRY_COMPARE_WITH_TIMEOUT(entries(panel), QStringList({"Image Sensor"}), 2000);
+
+        temperature.throwOnRefresh = status.throwOnRefresh = true;
+        temperature.value = status.value = 0;
+        const int polls[] = {temperature.refreshCount, status.refreshCount};
+        QTRY_VERIFY_WITH_TIMEOUT(temperature.refreshCount > polls[0] && status.refreshCount > polls[1], 2000);
+        QCOMPARE(row.findChild<QLineEdit*>()->text(), QString("31.25"));
+        QCOMPARE(entries(panel), QStringList({"Image Sensor"}));
+    }
+
+    void errorPanelShowsWhereEveryBitOfAnEntryIsSet_data()
+    {
+        QTest::addColumn<int>("word");
+        QTest::addColumn<QStringList>("checked");
+        QTest::newRow("no error") << 0 << QStringList();
+        QTest::newRow("two bits") << 0x00020001 << QStringList({"Over Temperature", "Trigger timeout"});
+        QTest::newRow("all single bits") << 0x0007FFFF << QStringList(kErrorTexts.mid(0, 19));
+        QTest::newRow("all 32 bits") << -1 << kErrorTexts;
+        QTest::newRow("unnamed bits only") << int(0xFFF80000u) << QStringList();
+        QTest::newRow("unnamed bits and GPIF") << int(0xFFF80004u) << QStringList({"GPIF"});
+    }
+
+    void errorPanelShowsWhereEveryBitOfAnEntryIsSet()
+    {
+        QFETCH(int, word);
+        QFETCH(QStringList, checked);
+        Fake::Numeric<int> status("Error Status", 0, 0, 1, -1);
+        CameraControlErrorCode panel(status, nullptr);
+        status.value = word;
+        panel.updateState();
+        QCOMPARE(entries(panel), checked);
+    }
+
+    void errorPanelIgnoresTheUserAndClearsOnRequest()
+    {
+        Fake::Numeric<int> status("Error Status", 0, 0, 1, 0x1);
+        CameraControlErrorCode panel(status, nullptr);
+        QCOMPARE(entries(panel, false), kErrorTexts);
+        showAndWait(panel);
+        auto* box = panel.findChildren<QCheckBox*>().at(1);
+        QTest::mouseClick(panel.windowHandle(), Qt::LeftButton, Qt::NoModifier,
+                          box->mapTo(&panel, box->rect().center()));
+        auto* clear = panel.findChild<QPushButton*>();
+        QCOMPARE(clear->text(), QString("Clear Errors"));
+        QTest::mouseClick(clear, Qt::LeftButton);
+        status.refuseWrites = true;
+        QTest::mouseClick(clear, Qt::LeftButton);
+        QCOMPARE(Fake::count("Error Status.setValue(-1)"), 2);
+        QCOMPARE(Fake::count("Error Status.setValue"), 2);
+        // The boxes wait for the next poll.
+        QCOMPARE(entries(panel), QStringList({"Over Temperature"}));
+    }
+
+    void triggerPanelSendsAndShowsMasks()
+    {
+        Fake::Numeric<int> trigger("Trigger Auto Controls", 0, 7, 1, 7);
+        CameraControlTrigger panel(trigger, nullptr);
+        auto* send = panel.findChild<QPushButton*>();
+        QCOMPARE(send->text(), QString("Trigger Auto Controls"));
+        QCOMPARE(entries(panel, false), QStringList({"Exposure", "Focus", "White Balance"}));
+        QCOMPARE(entries(panel), QStringList());
+        QVERIFY(Fake::calls().empty());
+
+        const auto boxes = panel.findChildren<QCheckBox*>();
+        boxes[0]->click();
+        boxes[2]->click();
+        send->click();
+        QCOMPARE(entries(panel), QStringList());
+        send->click();
+        boxes[1]->click();
+        trigger.refuseWrites = true;
+        send->click();
+        QCOMPARE(Fake::calls(), std::vector<std::string>({"Trigger Auto Controls.setValue(5)",
+                                                          "Trigger Auto Controls.setValue(0)",
+                                                          "Trigger Auto Controls.setValue(2)"}));
+        QCOMPARE(entries(panel), QStringList({"Focus"}));
+
+        trigger.value = 6;
+        panel.updateState();
+        QCOMPARE(entries(panel), QStringList({"Focus", "White Balance"}));
+        trigger.value = 0xF9;
+        panel.updateState();
+        QCOMPARE(entries(panel), QStringList({"Exposure"}));
+
+        Fake::Numeric<int> lock("Lock Auto Controls", 0, 7, 1, 0);
+        CameraControlTrigger lockPanel(lock, nullptr);
+        QCOMPARE(lockPanel.findChild<QPushButton*>()->text(), QString("Lock Auto Controls"));
+    }
+
+    void styleDrawsTheLogoOverTheHandleGrownBy15Pixels()
+    {
+        CustomStyle style;
+        style.setBaseStyle(QStyleFactory::create("Fusion"));
+        const std::unique_ptr<QStyle> plainStyle(QStyleFactory::create("Fusion"));
+        const QStyle& plain = *plainStyle;
+        QStyleOptionSlider option;
+        option.rect = QRect(0, 0, 300, 60);
+        option.maximum = 100;
+        option.sliderPosition = 50;
+        option.subControls = QStyle::SC_SliderGroove;
+        const QRect handle = plain.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, nullptr);
+        QCOMPARE(style.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, nullptr),
+                 handle.adjusted(-15, -15, 15, 15));
+        QCOMPARE(style.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, nullptr),
+                 plain.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, nullptr));
+
+        // Without a handle to draw, or for other controls, the underlying style draws alone.
+        const QStyle& base = *style.baseStyle();
+        QStyleOptionSlider scrollBar(option);
+        scrollBar.subControls = QStyle::SC_All;
+        QStyleOptionComplex notASlider;
+        notASlider.rect = option.rect;
+        notASlider.subControls = QStyle::SC_All;
+        QCOMPARE(paint(style, QStyle::CC_ScrollBar, scrollBar), paint(base, QStyle::CC_ScrollBar, scrollBar));
+        QCOMPARE(paint(style, QStyle::CC_Slider, notASlider), paint(base, QStyle::CC_Slider, notASlider));
+        QImage expected = paint(base, QStyle::CC_Slider, option);
+        QCOMPARE(paint(style, QStyle::CC_Slider, option), expected);
+
+        option.subControls |= QStyle::SC_SliderHandle;
+        QPainter reference(&expected);
+        reference.setRenderHints(QPainter::SmoothPixmapTransform | QPainter::Antialiasing);
+        const QPixmap logo(":/icons/kelvane logo.png");
+        QVERIFY(!logo.isNull());
+        reference.drawPixmap(QRectF(handle.adjusted(-15, -15, 15, 15)), logo, QRectF(logo.rect()));
+        reference.end();
+        QCOMPARE(paint(style, QStyle::CC_Slider, option), expected);
     }
 };
 
