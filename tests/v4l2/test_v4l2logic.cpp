@@ -1,9 +1,11 @@
-// The parts of the V4L2 backend that need no device: menu gaps, range
-// expansion, version texts and the USB parent found in sysfs.
+// The parts of the V4L2 backend that vivid cannot show: menu gaps, range
+// expansion, the USB parent found in sysfs, node order, the maker's family.
 
 #include "menuitems.h"
 #include "rangeexpansion.h"
 #include "sysfsreader.h"
+#include "v4l2backend.h"
+#include "v4l2controlkind.h"
 #include "v4l2device.h"
 
 #include <QtTest>
@@ -19,7 +21,7 @@ class TestV4l2Logic : public QObject
 private slots:
     void menuEntries_data()
     {
-        QTest::addColumn<QList<qlonglong>>("valid"); // as the driver answers them
+        QTest::addColumn<QList<qlonglong>>("valid"); // the items the driver accepts
         QTest::addColumn<QList<qlonglong>>("items"); // the item of each entry
         QTest::addColumn<qlonglong>("invalid");
         QTest::newRow("gap, out of order, twice")
@@ -47,8 +49,8 @@ private slots:
 
     void rangeExpansion_data()
     {
-        // Sizes: min, max and step of width, then of height. Intervals:
-        // min, max and step, each numerator and denominator.
+        // Sizes: width's and height's minimum, maximum and step. Intervals:
+        // minimum, maximum and step, each as numerator and denominator.
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QList<unsigned>>("range");
         QTest::addColumn<QString>("expected");
@@ -91,44 +93,32 @@ private slots:
         QCOMPARE(got.join(' '), expected);
     }
 
-    void bcdVersion_data()
-    {
-        QTest::addColumn<QString>("bcd");
-        QTest::addColumn<QString>("text");
-        for (auto row : {std::pair("0102", "1.02"),
-                         {"1234", "12.34"},
-                         {"0000", "0.00"},
-                         {"12", "12"},
-                         {"01a2", "01a2"},
-                         {"", ""}})
-            QTest::newRow(row.first) << row.first << row.second;
-    }
-
     void bcdVersion()
     {
-        QFETCH(QString, bcd);
-        QFETCH(QString, text);
-        QCOMPARE(QString::fromStdString(SysfsReader::formatBcdVersion(bcd.toStdString())), text);
+        const char* cases[][2] = {{"0102", "1.02"}, {"1234", "12.34"}, {"0000", "0.00"},
+                                  {"12", "12"},     {"01a2", "01a2"},  {"", ""}};
+        for (auto [bcd, text] : cases)
+            QCOMPARE(SysfsReader::formatBcdVersion(bcd).c_str(), text);
     }
 
     void usbParent_data()
     {
-        QTest::addColumn<QByteArray>("vendor"); // of the USB device above video3
+        // video3 is below a USB device of that vendor; video0 is a platform node.
+        QTest::addColumn<QByteArray>("vendor");
         QTest::addColumn<QString>("node");
-        QTest::addColumn<QString>("expected"); // vendor, product, maker, serial, version
-        QTest::addColumn<bool>("kelvane");
-        QTest::newRow("Kelvane") << QByteArray("2F7A") << "video3"
-                                 << "2F7A 0101 Kelvane SN 42 2.07" << true;
-        QTest::newRow("other maker") << QByteArray("046d") << "video3"
-                                     << "046d 0101 Kelvane SN 42 2.07" << false;
-        QTest::newRow("not a number") << QByteArray("2f7az") << "video3"
-                                      << "2f7az 0101 Kelvane SN 42 2.07" << false;
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Kelvane's") << QByteArray("2F7A") << "video3"
+                                   << "2F7A 0101 Kelvane SN 42 2.07 (Kelvane)";
+        QTest::newRow("another maker's") << QByteArray("046d") << "video3"
+                                         << "046d 0101 Kelvane SN 42 2.07";
+        QTest::newRow("vendor id with junk") << QByteArray("2f7az") << "video3"
+                                             << "2f7az 0101 Kelvane SN 42 2.07";
         QTest::newRow("platform device") << QByteArray("2f7a") << "video0"
-                                         << "" << false;
+                                         << "";
         QTest::newRow("no such node") << QByteArray("2f7a") << "video9"
-                                      << "" << false;
-        QTest::newRow("path in the name") << QByteArray("2f7a") << "../video3"
-                                          << "" << false;
+                                      << "";
+        QTest::newRow("path in the name") << QByteArray("2f7a") << "../video4linux/video3"
+                                          << "";
     }
 
     void usbParent()
@@ -136,40 +126,51 @@ private slots:
         QFETCH(QByteArray, vendor);
         QFETCH(QString, node);
         QFETCH(QString, expected);
-        QFETCH(bool, kelvane);
-        // A USB camera's node and a platform device's (like vivid's), linked
-        // as sysfs links them.
         QTemporaryDir root;
         const QString usb = root.path() + "/devices/pci0000:00/0000:00:14.0/usb1/1-2";
-        const QString platform = root.path() + "/devices/platform/vivid.0";
-        const QList<QPair<QString, QByteArray>> files = {
-            {usb + "/idVendor", vendor + "\n"},
-            {usb + "/idProduct", "0101\n"},
-            {usb + "/manufacturer", "Kelvane\n"},
-            {usb + "/serial", "SN 42\n"},
-            {usb + "/bcdDevice", "0207\n"},
-            {usb + "/1-2:1.0/video4linux/video3/name", ""},
-            {platform + "/video4linux/video0/name", ""}};
-        for (const auto& file : files) {
-            QVERIFY(QDir().mkpath(QFileInfo(file.first).path()));
-            QFile out(file.first);
-            QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file.second) == file.second.size());
+        const QStringList nodes = {usb + "/1-2:1.0/video4linux/video3",
+                                   root.path() + "/devices/platform/vivid.0/video4linux/video0"};
+        QVERIFY(QDir().mkpath(nodes[0]) && QDir().mkpath(nodes[1])
+                && QDir().mkpath(root.path() + "/class/video4linux"));
+        for (const QString& path : nodes) {
+            QVERIFY(QFile::link("../..", path + "/device"));
+            QVERIFY(QFile::link(path, root.path() + "/class/video4linux/" + path.section('/', -1)));
         }
-        QVERIFY(QDir().mkpath(root.path() + "/class/video4linux"));
-        for (const QString& parent :
-             {usb + "/1-2:1.0/video4linux/video3", platform + "/video4linux/video0"}) {
-            QVERIFY(QFile::link("../..", parent + "/device"));
-            QVERIFY(QFile::link(parent, root.path() + "/class/video4linux/"
-                                            + QFileInfo(parent).fileName()));
+        for (auto [name, value] : {std::pair("idVendor", vendor),
+                                   {"idProduct", "0101"},
+                                   {"manufacturer", "Kelvane"},
+                                   {"serial", "SN 42"},
+                                   {"bcdDevice", "0207"}}) {
+            QFile file(usb + "/" + name);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(value + "\n") > 0);
         }
-        const UsbInfo info = SysfsReader(root.path().toStdString()).usbInfo(node.toStdString());
-        const QString got =
-            QString::fromStdString(info.vendorId + " " + info.productId + " " + info.manufacturer
-                                   + " " + info.serial + " " + info.firmwareVersion);
-        QCOMPARE(got.trimmed(), expected);
-        QCOMPARE(
-            V4l2Device("/dev/" + node.toStdString(), v4l2_capability{}, info).isKelvaneDevice(),
-            kelvane);
+        const UsbInfo usbInfo = SysfsReader(root.path().toStdString()).usbInfo(node.toStdString());
+        const bool kelvane = V4l2Device("/dev/x", v4l2_capability{}, usbInfo).isKelvaneDevice();
+        const std::string got = usbInfo.vendorId + " " + usbInfo.productId + " "
+                                + usbInfo.manufacturer + " " + usbInfo.serial + " "
+                                + usbInfo.firmwareVersion + (kelvane ? " (Kelvane)" : "");
+        QCOMPARE(QString::fromStdString(got).trimmed(), expected);
+    }
+
+    void videoNodesInNumberOrder()
+    {
+        QTemporaryDir dev;
+        for (const char* name : {"video10", "video2", "video0", "videoX", "vbi0", "video3a"})
+            QVERIFY(QFile(dev.path() + "/" + name).open(QIODevice::WriteOnly));
+        QStringList names;
+        for (const auto& path : V4l2Backend::videoNodes(dev.path().toStdString()))
+            names << QString::fromStdString(path).section('/', -1);
+        QCOMPARE(names, QStringList({"video0", "video2", "video10"}));
+    }
+
+    void driverPrivateControlsFormTheMakersFamily()
+    {
+        for (std::uint32_t id : {V4L2_CID_USER_BASE + 0x1001, V4L2_CID_CAMERA_CLASS_BASE + 0x1000,
+                                 V4L2_CID_PRIVATE_BASE + 3}) {
+            QCOMPARE(V4l2ControlKind::family(id, true), ICameraControl::FamilyKelvane);
+            QVERIFY(V4l2ControlKind::family(id, false) != ICameraControl::FamilyKelvane);
+        }
+        QCOMPARE(V4l2ControlKind::family(V4L2_CID_GAIN, true), ICameraControl::FamilyUser);
     }
 };
 

@@ -5,33 +5,27 @@
 
 #include <sstream>
 
-using namespace ImageAcquisition;
-
 namespace Guest {
 
 namespace {
 
 void checkDevice(const IDevice& device, const v4l2_capability& caps)
 {
-    const auto field = [](const __u8* text) {
-        return std::string(reinterpret_cast<const char*>(text));
-    };
     CHECK_EQ(device.getSystemName(), "/dev/video0");
-    CHECK_EQ(device.getName(), field(caps.card));
+    CHECK_EQ(device.getName(), reinterpret_cast<const char*>(caps.card));
     CHECK_EQ(device.getDriver(), "vivid");
-    CHECK_EQ(device.getBusInfo(), field(caps.bus_info));
+    CHECK_EQ(device.getBusInfo(), reinterpret_cast<const char*>(caps.bus_info));
     CHECK_EQ(device.getDriverVersion(), std::to_string(caps.version >> 16) + "."
                                             + std::to_string((caps.version >> 8) & 0xff) + "."
                                             + std::to_string(caps.version & 0xff));
-    CHECK(device.supportsVideoCapture() && device.supportsStreaming());
+    CHECK(device.supportsVideoCapture() && device.supportsStreaming()
+          && !device.supportsMultiplane());
     CHECK_EQ(device.supportsReadWrite(), (caps.device_caps & V4L2_CAP_READWRITE) != 0);
-    CHECK(!device.supportsMultiplane());
     // A platform device: no USB parent to describe it.
     CHECK(!*device.getVendorId() && !*device.getSerial() && !device.isKelvaneDevice());
 }
 
-// A format as the layer describes it: its sizes with their strides and
-// frame intervals.
+// A format's sizes with their strides and intervals, as the layer lists them.
 std::string describe(IPixelFormat& format)
 {
     std::ostringstream text;
@@ -47,24 +41,23 @@ std::string describe(IPixelFormat& format)
     return text.str();
 }
 
-// The same, as the driver describes it.
+// The same, as the driver lists them.
 std::string describe(const RawDevice& raw, const v4l2_fmtdesc& format)
 {
     const __u32 fourcc = format.pixelformat;
     std::ostringstream text;
     text << fourccText(fourcc) << ' ' << fourccText(fourcc) << ' '
          << ((format.flags & V4L2_FMT_FLAG_COMPRESSED) != 0);
-    for (const auto& size : raw.list<v4l2_frmsizeenum>(
-             VIDIOC_ENUM_FRAMESIZES, [&](v4l2_frmsizeenum& size) { size.pixel_format = fourcc; })) {
-        const auto [width, height] = size.discrete;
-        text << ", " << width << 'x' << height << '/'
-             << raw.format(fourcc, width, height).bytesperline;
-        for (const auto& interval : raw.list<v4l2_frmivalenum>(VIDIOC_ENUM_FRAMEINTERVALS,
-                                                               [&](v4l2_frmivalenum& interval) {
-                                                                   interval.pixel_format = fourcc;
-                                                                   interval.width = width;
-                                                                   interval.height = height;
-                                                               }))
+    v4l2_frmsizeenum sizes{};
+    sizes.pixel_format = fourcc;
+    for (const auto& size : raw.list(VIDIOC_ENUM_FRAMESIZES, sizes)) {
+        v4l2_frmivalenum intervals{};
+        intervals.pixel_format = fourcc;
+        intervals.width = size.discrete.width;
+        intervals.height = size.discrete.height;
+        text << ", " << intervals.width << 'x' << intervals.height << '/'
+             << raw.format(fourcc, intervals.width, intervals.height).bytesperline;
+        for (const auto& interval : raw.list(VIDIOC_ENUM_FRAMEINTERVALS, intervals))
             text << ' ' << interval.discrete.numerator << ':' << interval.discrete.denominator;
     }
     return text.str();
@@ -85,7 +78,7 @@ void checkSelection(ICamera& camera, const RawDevice& raw)
 
 } // namespace
 
-void testEnumeration()
+GROUP(enumeration)
 {
     RawDevice raw;
     const auto capability = raw.get<v4l2_capability>(VIDIOC_QUERYCAP);
@@ -102,10 +95,10 @@ void testEnumeration()
     list.reset();
     checkDevice(*camera->getDevice(), capability);
 
-    // Native formats in the driver's order with its sizes, strides and
-    // intervals; converted formats only after them.
-    const auto formats = raw.list<v4l2_fmtdesc>(
-        VIDIOC_ENUM_FMT, [](v4l2_fmtdesc& format) { format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE; });
+    // Native formats as the driver lists them; converted ones after them.
+    v4l2_fmtdesc capture{};
+    capture.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    const auto formats = raw.list(VIDIOC_ENUM_FMT, capture);
     CHECK(camera->getFormatCount() >= static_cast<int>(formats.size()));
     CHECK(!camera->getFormat(-1) && !camera->getFormat(camera->getFormatCount()));
     for (int i = 0; i < camera->getFormatCount(); ++i) {
@@ -116,28 +109,24 @@ void testEnumeration()
     }
     checkSelection(*camera, raw);
 
-    // A choice reaches the driver: the last size and interval of the last
-    // native format; refusals then leave it in force.
+    // A choice reaches the driver; refusals leave it in force.
     const int last = static_cast<int>(formats.size()) - 1;
     const int lastSize = camera->getFormat(last)->getResolutionCount() - 1;
     const int lastInterval =
         camera->getFormat(last)->getResolution(lastSize)->getFrameIntervalCount() - 1;
     CHECK(camera->setFormat(last, lastSize, lastInterval));
     checkSelection(*camera, raw);
-    const int refused[][3] = {{-1, 0, 0},
-                              {camera->getFormatCount(), 0, 0},
-                              {last, -1, 0},
-                              {last, lastSize + 1, 0},
-                              {last, 0, 1000}};
+    const int count = camera->getFormatCount();
+    const int refused[][3] = {
+        {-1, 0, 0}, {count, 0, 0}, {last, -1, 0}, {last, lastSize + 1, 0}, {last, 0, 1000}};
     for (const auto& bad : refused)
         CHECK(!camera->setFormat(bad[0], bad[1], bad[2]));
-    CHECK_EQ(camera->getCurrentFormatIndex(), last);
-    CHECK_EQ(camera->getCurrentResolutionIndex(), lastSize);
-    CHECK_EQ(camera->getCurrentFrameIntervalIndex(), lastInterval);
+    CHECK(camera->getCurrentFormatIndex() == last && camera->getCurrentResolutionIndex() == lastSize
+          && camera->getCurrentFrameIntervalIndex() == lastInterval);
     checkSelection(*camera, raw);
 }
 
-void testMultiplanar()
+GROUP(multiplanar)
 {
     RawDevice raw;
     CHECK(raw.get<v4l2_capability>(VIDIOC_QUERYCAP).device_caps & V4L2_CAP_VIDEO_CAPTURE_MPLANE);

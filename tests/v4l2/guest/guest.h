@@ -1,7 +1,6 @@
 #pragma once
 
-// The guest program's checks and shared helpers. It runs in a minimal
-// virtual machine without Qt; every failed check prints one line.
+// Checks and helpers of the guest program, which runs without Qt in the VM.
 
 #include <imageacquisition/imageacquisition.h>
 
@@ -9,11 +8,11 @@
 
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
-#include <type_traits>
 
 namespace Guest {
 
@@ -21,37 +20,42 @@ using namespace ImageAcquisition;
 
 extern int failures;
 
-inline bool check(bool passed, const char* what, const std::string& detail, int line)
+inline bool check(bool passed, const char* what, const std::string& detail, const char* file,
+                  int line)
 {
     if (!passed && ++failures)
-        std::printf("CHECK FAILED line %d: %s %s\n", line, what, detail.c_str());
+        std::printf("CHECK FAILED %s:%d: %s %s\n", file, line, what, detail.c_str());
     return passed;
 }
 
+// Compares printed forms: numbers of any type and texts of any kind as they read.
 template <typename A, typename B>
-bool checkEqual(const A& actual, const B& expected, const char* what, int line)
+bool checkEqual(const A& actual, const B& expected, const char* what, const char* file, int line)
 {
-    std::ostringstream detail;
-    detail << "(got '" << actual << "', expected '" << expected << "')";
-    if constexpr (std::is_integral_v<A> && std::is_integral_v<B>)
-        return check(static_cast<long long>(actual) == static_cast<long long>(expected), what,
-                     detail.str(), line);
-    else
-        return check(std::string(actual) == std::string(expected), what, detail.str(), line);
+    std::ostringstream got, wanted;
+    got << actual;
+    wanted << expected;
+    return check(got.str() == wanted.str(), what,
+                 "(got '" + got.str() + "', expected '" + wanted.str() + "')", file, line);
 }
 
-#define CHECK_MSG(cond, detail) ::Guest::check(static_cast<bool>(cond), #cond, (detail), __LINE__)
+#define CHECK_MSG(cond, detail)                                                                    \
+    ::Guest::check(static_cast<bool>(cond), #cond, (detail), __FILE__, __LINE__)
 #define CHECK(cond) CHECK_MSG(cond, "")
 #define CHECK_EQ(actual, expected)                                                                 \
-    ::Guest::checkEqual((actual), (expected), #actual " == " #expected, __LINE__)
+    ::Guest::checkEqual((actual), (expected), #actual " == " #expected, __FILE__, __LINE__)
 
-void testEnumeration();
-void testMultiplanar();
-// Streams a picture of every format, or of every emulated one.
-void testFormats(bool onlyEmulated);
-void testStreaming();
-void testControls();
-void testHotplug();
+// The groups of tests, run by the command line's words.
+inline std::map<std::string, void (*)()>& groups()
+{
+    static std::map<std::string, void (*)()> all;
+    return all;
+}
+
+#define GROUP(name)                                                                                \
+    void name();                                                                                   \
+    const bool name##Known = (::Guest::groups()[#name] = name, true);                              \
+    void name()
 
 inline long long nowUs()
 {
@@ -73,16 +77,14 @@ inline std::unique_ptr<IStreamingCamera> openFirstCamera()
         ICameraFactory::getUniqueInstance()->createCamera(list->getDevice(0)));
 }
 
-// The format's smallest size (little work for the emulated CPU) at its
-// fastest or slowest rate: vivid lists the sizes from the smallest and the
-// intervals from the longest.
+// The smallest size, least work for the emulated CPU, at the fastest or slowest
+// rate: vivid lists sizes from the smallest and intervals from the longest.
 inline bool selectSmallest(ICamera& camera, int format, bool fastest = true)
 {
     const int intervals = camera.getFormat(format)->getResolution(0)->getFrameIntervalCount();
     return camera.setFormat(format, 0, fastest ? intervals - 1 : 0);
 }
 
-// allocateBuffers and startStreaming, and their counterparts, checked.
 inline bool start(IStreamingCamera& camera, int buffers = 2)
 {
     return CHECK_EQ(camera.allocateBuffers(buffers), 0) && CHECK_EQ(camera.startStreaming(), 0);

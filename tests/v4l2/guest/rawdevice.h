@@ -33,18 +33,14 @@ public:
         return item;
     }
 
-    // The items of an enumeration, each set up by setup before it is asked for.
-    template <typename T, typename Setup>
-    std::vector<T> list(unsigned long request, Setup setup) const
+    // The items of an enumeration, from the one given on.
+    template <typename T>
+    std::vector<T> list(unsigned long request, T item) const
     {
         std::vector<T> result;
-        for (T item{};; item = T{}) {
-            item.index = static_cast<__u32>(result.size());
-            setup(item);
-            if (ioctl(request, &item) < 0)
-                return result;
+        for (; ioctl(request, &item) == 0; ++item.index)
             result.push_back(item);
-        }
+        return result;
     }
 
     // What the driver makes of a request; the format in force without one.
@@ -88,12 +84,25 @@ public:
         return {};
     }
 
+    // The control's current value; text ones into the buffer given.
+    v4l2_ext_control current(__u32 id, char* text = nullptr, __u32 size = 0) const
+    {
+        v4l2_ext_control control{};
+        control.id = id;
+        control.size = size;
+        control.string = text;
+        v4l2_ext_controls controls{};
+        controls.which = V4L2_CTRL_WHICH_CUR_VAL;
+        controls.count = 1;
+        controls.controls = &control;
+        ioctl(VIDIOC_G_EXT_CTRLS, &controls);
+        return control;
+    }
+
     // Bitmasks as the unsigned numbers they are.
     long long value(const v4l2_query_ext_ctrl& query) const
     {
-        v4l2_ext_control control{};
-        control.id = query.id;
-        extControl(VIDIOC_G_EXT_CTRLS, control);
+        const v4l2_ext_control control = current(query.id);
         if (query.type == V4L2_CTRL_TYPE_INTEGER64)
             return control.value64;
         return query.type == V4L2_CTRL_TYPE_BITMASK ? static_cast<__u32>(control.value)
@@ -103,11 +112,8 @@ public:
     std::string text(__u32 id) const
     {
         char buffer[256] = {};
-        v4l2_ext_control control{};
-        control.id = id;
-        control.size = sizeof buffer;
-        control.string = buffer;
-        return extControl(VIDIOC_G_EXT_CTRLS, control) == 0 ? buffer : "<unreadable>";
+        current(id, buffer, sizeof buffer);
+        return buffer;
     }
 
     // The valid items, gaps left out.
@@ -125,15 +131,6 @@ public:
     }
 
 private:
-    int extControl(unsigned long request, v4l2_ext_control& control) const
-    {
-        v4l2_ext_controls controls{};
-        controls.which = V4L2_CTRL_WHICH_CUR_VAL;
-        controls.count = 1;
-        controls.controls = &control;
-        return ioctl(request, &controls);
-    }
-
     int m_fd;
 };
 
