@@ -42,8 +42,9 @@ section() {
     /bin/v4l2-guest-test "$@" || fail "$*"
 }
 
-# A webcam-like device: one capture node with one camera input.
-load_vivid n_devs=1 node_types=0x1 num_inputs=1 input_types=0
+# A webcam-like device: a capture node with one camera input, and a metadata
+# node beside it as UVC cameras have.
+load_vivid n_devs=1 node_types=0x20001 num_inputs=1 input_types=0
 section enumeration formats streaming controls
 # libv4l2 then offers converted formats beside the native ones, as it does for
 # a camera that only delivers YUYV or MJPG.

@@ -2,9 +2,11 @@
 
 #include <linux/videodev2.h>
 
-#include <cstdint>
+#include <cerrno>
+#include <fcntl.h>
 #include <string>
-#include <utility>
+#include <sys/ioctl.h>
+#include <unistd.h>
 #include <vector>
 
 namespace Guest {
@@ -14,35 +16,130 @@ namespace Guest {
 class RawDevice
 {
 public:
-    explicit RawDevice(const char* path = "/dev/video0");
-    ~RawDevice();
+    RawDevice() : m_fd(::open("/dev/video0", O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
+    ~RawDevice() { ::close(m_fd); }
     RawDevice(const RawDevice&) = delete;
     RawDevice& operator=(const RawDevice&) = delete;
 
-    bool isOpen() const { return m_fd >= 0; }
-    int ioctl(unsigned long request, void* arg) const; // 0 or -errno
+    int ioctl(unsigned long request, void* arg) const
+    {
+        return ::ioctl(m_fd, request, arg) < 0 ? -errno : 0;
+    }
 
-    v4l2_capability capability() const;
-    std::vector<v4l2_fmtdesc> formats() const;
-    std::vector<std::pair<unsigned, unsigned>> sizes(std::uint32_t fourcc) const;
-    std::vector<std::pair<unsigned, unsigned>> intervals(std::uint32_t fourcc, unsigned width,
-                                                         unsigned height) const;
-    v4l2_format tryFormat(std::uint32_t fourcc, unsigned width, unsigned height) const;
-    v4l2_format currentFormat() const;
-    v4l2_fract currentInterval() const;
+    template <typename T>
+    T get(unsigned long request, T item = T()) const
+    {
+        ioctl(request, &item);
+        return item;
+    }
 
-    std::vector<v4l2_query_ext_ctrl> controls() const;
-    v4l2_query_ext_ctrl control(std::uint32_t id) const;
-    long long value(std::uint32_t id) const;
-    int setValue(std::uint32_t id, long long value) const;
-    std::string text(std::uint32_t id) const;
-    // Valid menu items: item number and its name (text menus) or value.
-    std::vector<v4l2_querymenu> menu(const v4l2_query_ext_ctrl& control) const;
+    // The items of an enumeration, from the one given on.
+    template <typename T>
+    std::vector<T> list(unsigned long request, T item) const
+    {
+        std::vector<T> result;
+        for (; ioctl(request, &item) == 0; ++item.index)
+            result.push_back(item);
+        return result;
+    }
+
+    // What the driver makes of a request; the format in force without one.
+    v4l2_pix_format format(__u32 fourcc = 0, __u32 width = 0, __u32 height = 0) const
+    {
+        v4l2_format format{};
+        format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        format.fmt.pix.pixelformat = fourcc;
+        format.fmt.pix.width = width;
+        format.fmt.pix.height = height;
+        ioctl(width ? VIDIOC_TRY_FMT : VIDIOC_G_FMT, &format);
+        return format.fmt.pix;
+    }
+
+    v4l2_fract interval() const
+    {
+        v4l2_streamparm parameters{};
+        parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        return get(VIDIOC_G_PARM, parameters).parm.capture.timeperframe;
+    }
+
+    std::vector<v4l2_query_ext_ctrl> controls() const
+    {
+        std::vector<v4l2_query_ext_ctrl> result;
+        v4l2_query_ext_ctrl query{};
+        for (;;) {
+            query.id |= V4L2_CTRL_FLAG_NEXT_CTRL | V4L2_CTRL_FLAG_NEXT_COMPOUND;
+            if (ioctl(VIDIOC_QUERY_EXT_CTRL, &query) < 0)
+                return result;
+            if (query.type != V4L2_CTRL_TYPE_CTRL_CLASS)
+                result.push_back(query);
+        }
+    }
+
+    v4l2_query_ext_ctrl control(const std::string& name) const
+    {
+        for (const auto& query : controls()) {
+            if (name == query.name)
+                return query;
+        }
+        return {};
+    }
+
+    // The control's current value; text ones into the buffer given.
+    v4l2_ext_control current(__u32 id, char* text = nullptr, __u32 size = 0) const
+    {
+        v4l2_ext_control control{};
+        control.id = id;
+        control.size = size;
+        control.string = text;
+        v4l2_ext_controls controls{};
+        controls.which = V4L2_CTRL_WHICH_CUR_VAL;
+        controls.count = 1;
+        controls.controls = &control;
+        ioctl(VIDIOC_G_EXT_CTRLS, &controls);
+        return control;
+    }
+
+    // Bitmasks as the unsigned numbers they are.
+    long long value(const v4l2_query_ext_ctrl& query) const
+    {
+        const v4l2_ext_control control = current(query.id);
+        if (query.type == V4L2_CTRL_TYPE_INTEGER64)
+            return control.value64;
+        return query.type == V4L2_CTRL_TYPE_BITMASK ? static_cast<__u32>(control.value)
+                                                    : control.value;
+    }
+
+    std::string text(__u32 id) const
+    {
+        char buffer[256] = {};
+        current(id, buffer, sizeof buffer);
+        return buffer;
+    }
+
+    // The valid items, gaps left out.
+    std::vector<v4l2_querymenu> menu(const v4l2_query_ext_ctrl& control) const
+    {
+        std::vector<v4l2_querymenu> result;
+        for (long long item = control.minimum; item <= control.maximum; ++item) {
+            v4l2_querymenu entry{};
+            entry.id = control.id;
+            entry.index = static_cast<__u32>(item);
+            if (ioctl(VIDIOC_QUERYMENU, &entry) == 0)
+                result.push_back(entry);
+        }
+        return result;
+    }
 
 private:
-    int m_fd = -1;
+    int m_fd;
 };
 
-std::string fourccText(std::uint32_t fourcc);
+inline std::string fourccText(__u32 fourcc)
+{
+    std::string text(reinterpret_cast<const char*>(&fourcc), 4);
+    text[3] &= 0x7f;
+    text.erase(text.find_last_not_of(' ') + 1);
+    return fourcc & (1u << 31) ? text + "-BE" : text;
+}
 
 } // namespace Guest
