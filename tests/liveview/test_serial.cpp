@@ -1,12 +1,14 @@
 #include "windowprobe.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QSerialPort>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <cerrno>
+#include <cstring>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
@@ -33,13 +35,27 @@ public:
         unlink();
         closeMaster();
     }
-    // False when the path is taken or may not be made here.
-    bool link(const QByteArray& target = QByteArray())
+    // Empty when the line is linked, otherwise why it could not be.
+    QByteArray link(const QByteArray& target = QByteArray())
     {
-        if (::symlink(target.isEmpty() ? slavePath.constData() : target.constData(), kLine) != 0)
-            return false;
-        linked = true;
-        return true;
+        const QByteArray to = target.isEmpty() ? slavePath : target;
+        if (::symlink(to.constData(), kLine) == 0) {
+            linked = true;
+            return QByteArray();
+        }
+        const int error = errno;
+        // A link left behind by a process killed before it could remove it
+        // points nowhere; nothing can be using it, so it may be replaced.
+        const QFileInfo existing(kLine);
+        if (error == EEXIST && existing.isSymLink() && !existing.exists() && ::unlink(kLine) == 0
+            && ::symlink(to.constData(), kLine) == 0) {
+            linked = true;
+            return QByteArray();
+        }
+        QByteArray why = QByteArray("cannot link ").append(kLine).append(": ").append(std::strerror(error));
+        if (existing.isSymLink())
+            why += " (it points to " + existing.symLinkTarget().toLocal8Bit() + ")";
+        return why;
     }
     void unlink()
     {
@@ -102,6 +118,14 @@ void openSerialPort(MainWindow& window)
 
 } // namespace
 
+// QSKIP only leaves the function it is written in.
+#define LINK_LINE_OR_SKIP(...)                                                                                         \
+    do {                                                                                                               \
+        const QByteArray why = linkLine(__VA_ARGS__);                                                                  \
+        if (!why.isEmpty())                                                                                            \
+            QSKIP(why.constData());                                                                                    \
+    } while (false)
+
 class TestSerial : public QObject
 {
     Q_OBJECT
@@ -111,14 +135,14 @@ private:
     QString m_previousDir;
     std::unique_ptr<FakeSerialLine> m_line;
 
-    // Every test needs the line at the camera's path; skip where that is not possible.
-    void linkLine(const QByteArray& target = QByteArray())
+    // Every test needs the line at the camera's path: empty when it is
+    // there, otherwise the reason the test has to be skipped.
+    QByteArray linkLine(const QByteArray& target = QByteArray())
     {
         m_line = std::make_unique<FakeSerialLine>();
         if (m_line->master < 0)
-            QSKIP("no pseudo-terminal available");
-        if (!m_line->link(target))
-            QSKIP("cannot link /dev/ttyACM0 here (it exists already, or no permission)");
+            return "no pseudo-terminal available";
+        return m_line->link(target);
     }
 
 private slots:
@@ -144,7 +168,7 @@ private slots:
 
     void makersCameraLinksHalfASecondLater()
     {
-        linkLine();
+        LINK_LINE_OR_SKIP();
         Fake::Layer::instance().devices = {device(true)};
         MainWindow window;
         QCOMPARE(consoleText(window), QString());
@@ -171,7 +195,7 @@ private slots:
 
     void otherCamerasLeaveTheLineAlone()
     {
-        linkLine();
+        LINK_LINE_OR_SKIP();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         QTest::qWait(800);
@@ -183,7 +207,7 @@ private slots:
     void heldLineIsNotOpened()
     {
         // A second opening finds the first one holding the line.
-        linkLine();
+        LINK_LINE_OR_SKIP();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         openSerialPort(window);
@@ -197,7 +221,7 @@ private slots:
 
     void lineThatCannotBeOpenedShowsError()
     {
-        linkLine("/nonexistent/tty");
+        LINK_LINE_OR_SKIP("/nonexistent/tty");
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         QString title, text;
@@ -221,7 +245,7 @@ private slots:
 
     void vanishingLineShowsCriticalErrorAndReleasesThePort()
     {
-        linkLine();
+        LINK_LINE_OR_SKIP();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         openSerialPort(window);
@@ -259,7 +283,7 @@ private slots:
     {
         QFETCH(QSerialPort::SerialPortError, error);
         QFETCH(bool, closes);
-        linkLine();
+        LINK_LINE_OR_SKIP();
         Fake::Layer::instance().devices = {device(false)};
         MainWindow window;
         openSerialPort(window);
