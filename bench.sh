@@ -76,7 +76,13 @@ echo "bench: virtual camera"
 build-bench/bench/bench_virtualcamera 240 | tee "$results/virtualcamera"
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
 
-rows() { grep -h "^$1||" "$results"/* | sed "s/^$1||//"; }
+# Rows of one table, in the order the runs were made, without the table's name.
+rows() {
+    local file
+    for file in pump stream-rgb3 stream-mjpg memory-frames memory-dialogs; do
+        grep "^$1||" "$results/$file" | sed "s/^$1|//" || true
+    done
+}
 cpu=$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')
 memory=$(awk '/MemTotal/ { printf "%.0f GiB", $2 / 1048576 }' /proc/meminfo)
 version() { dpkg-query -W -f='${Version}' "$1" 2>/dev/null || echo unknown; }
