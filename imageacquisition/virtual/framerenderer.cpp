@@ -7,6 +7,7 @@
 #include "scenelayout.h"
 #include "testpattern.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ImageAcquisition {
@@ -83,13 +84,8 @@ size_t FrameRenderer::render(Encoding encoding, int width, int height, const Ima
     const std::vector<unsigned char>& still = background(encoding);
     const SceneLayout layout(width, height);
 
-    if (encoding == Encoding::Mjpeg) {
-        m_scratch.resize(width, height);
-        std::memcpy(m_scratch.pixels.data(), still.data(), still.size());
-        Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, 3 * width);
-        Overlay::draw(canvas, layout, m_tone, settings, info);
-        return m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
-    }
+    if (encoding == Encoding::Mjpeg)
+        return renderJpeg(width, height, settings, info, out);
 
     const size_t size = still.size();
     if (out.size() < size)
@@ -97,6 +93,51 @@ size_t FrameRenderer::render(Encoding encoding, int width, int height, const Ima
     std::memcpy(out.data(), still.data(), size);
     Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
     Overlay::draw(canvas, layout, m_tone, settings, info);
+    return size;
+}
+
+size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
+                                 std::vector<unsigned char>& out)
+{
+    const RgbImage& still = m_lit;
+    const size_t stride = static_cast<size_t>(width) * 3;
+    const int cellWidth = JpegEncoder::cellWidth(width);
+    const int cellHeight = JpegEncoder::kCellHeight;
+    const bool follows = m_scratchFromLit == m_litVersion && m_scratch.width == width &&
+                         m_scratch.height == height && m_overlayCells.hasLayout(width, height, cellWidth, cellHeight);
+    if (follows) {
+        // Only where the last overlay was does the picture differ from the background.
+        for (int row = 0; row < m_overlayCells.rows(); ++row) {
+            for (int column = 0; column < m_overlayCells.columns(); ++column) {
+                if (!m_overlayCells.isDirty(column, row))
+                    continue;
+                const size_t left = static_cast<size_t>(column) * static_cast<size_t>(cellWidth) * 3;
+                const size_t bytes = std::min(stride - left, static_cast<size_t>(cellWidth) * 3);
+                const int bottom = std::min(height, (row + 1) * cellHeight);
+                for (int y = row * cellHeight; y < bottom; ++y)
+                    std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
+            }
+        }
+        m_changedCells = m_overlayCells;
+        m_overlayCells.clear();
+    } else {
+        m_scratch.resize(width, height);
+        std::memcpy(m_scratch.pixels.data(), still.pixels.data(), still.pixels.size());
+        m_overlayCells.reset(width, height, cellWidth, cellHeight);
+    }
+    Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, static_cast<int>(stride));
+    canvas.trackChanges(&m_overlayCells);
+    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
+
+    size_t size = 0;
+    if (follows) {
+        m_changedCells.unite(m_overlayCells);
+        size = m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out);
+    } else {
+        size = m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+    }
+    // A picture that failed leaves nothing to follow on from.
+    m_scratchFromLit = size != 0 ? m_litVersion : ~0u;
     return size;
 }
 

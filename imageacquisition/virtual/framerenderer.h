@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dirtygrid.h"
 #include "encoding.h"
 #include "frameinfo.h"
 #include "imagesettings.h"
@@ -44,6 +45,8 @@ private:
     void prepareScene(const SceneKey& key);
     void prepareLitScene(const ToneCurve::Parameters& tone);
     const std::vector<unsigned char>& background(Encoding encoding);
+    size_t renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
+                      std::vector<unsigned char>& out);
 
     SceneKey m_sceneKey;
     RgbImage m_scene;
@@ -58,7 +61,13 @@ private:
     Encoding m_convertedEncoding = Encoding::Rgb24;
     unsigned m_convertedFromLit = ~0u;
 
+    // The last MJPG picture: the lit scene it was made from, and the cells its
+    // overlay drew on. The next one puts back only those cells and compresses
+    // again only the cells that either overlay touched.
     RgbImage m_scratch;
+    unsigned m_scratchFromLit = ~0u;
+    DirtyGrid m_overlayCells;
+    DirtyGrid m_changedCells;
     JpegEncoder m_jpeg;
 };
 
