@@ -131,6 +131,15 @@ generated=$results/generated.md
     echo
     echo "### Virtual camera: cost of a frame at 1920x1080"
     echo
+    echo "\"render\" is the frame renderer alone in steady state (copy the kept background of"
+    echo "the format, draw the moving parts and, for MJPG, compress). \"getFrame\" is the"
+    echo "camera's getFrame for frames that are due at 1/60 s (60 per format), which adds"
+    echo "the device state and buffer bookkeeping. The share is the getFrame median against"
+    echo "the 16.67 ms period of 60 fps, the fastest interval offered. The last three columns"
+    echo "are one-off costs: the renderer's very first frame (scene, lighting and format"
+    echo "conversion all made), startStreaming (which makes them, so the first frame does"
+    echo "not pay), and the first frame after a setting that changes the lighting."
+    echo
     grep '^|' "$results/virtualcamera"
     echo "<!-- end of generated results -->"
 } > "$generated"

@@ -77,7 +77,8 @@ IFrame* BenchCamera::getFrame()
         ++tap.emptyFrames;
         return frame;
     }
-    tap.getFrameMs.push_back(double(monotonicNs() - before) / 1e6);
+    if (tap.timeGetFrame)
+        tap.getFrameMs.push_back(double(monotonicNs() - before) / 1e6);
     tap.holding = true;
     tap.number = frame->getFrameNumber();
     tap.stamp = frame->getTimeStamp();

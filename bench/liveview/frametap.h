@@ -16,7 +16,10 @@ struct FrameTap
 
     unsigned long long getFrameCalls = 0;
     unsigned long long emptyFrames = 0;
-    // Time spent inside the camera layer's getFrame for frames with a picture.
+    // Time spent inside the camera layer's getFrame for frames with a
+    // picture, while timeGetFrame is set (off by default: the memory
+    // measurements must not see this list grow).
+    bool timeGetFrame = false;
     std::vector<double> getFrameMs;
 
     static FrameTap& instance();

@@ -86,6 +86,8 @@ int runStreamBench(const QString& fourcc, int width, int height, int framesPerSe
     AppDriver::runFor(2000); // warm-up
     FrameTap& tap = FrameTap::instance();
     tap.getFrameMs.clear();
+    tap.getFrameMs.reserve(size_t(seconds) * size_t(framesPerSecond) * 2);
+    tap.timeGetFrame = true;
     const unsigned long long emptyBefore = tap.emptyFrames;
     paints.latenciesMs.clear();
     window.open = true;
