@@ -119,8 +119,8 @@ generated=$results/generated.md
     echo
     echo "### Whole-process CPU while streaming (same runs)"
     echo
-    echo "| Format | Size | Interval | CPU (s) | wall (s) | share of one core | target |"
-    echo "|---|---|---|---|---|---|---|"
+    echo "| Format | Size | Interval | CPU (s) | wall (s) | share of one core | share in 10 s slices | target |"
+    echo "|---|---|---|---|---|---|---|---|"
     rows cpu
     echo
     echo "### Resident set growth"

@@ -15,6 +15,10 @@ namespace ImageAcquisition {
 namespace {
 // The focus target is drawn again only when the lens has moved this far.
 constexpr int kFocusQuantum = 8;
+// Cells in which the overlay of a raw frame is tracked. Even, so that a
+// cell never splits the pixel pair of a YUYV sample.
+constexpr int kRawCellWidth = 64;
+constexpr int kRawCellHeight = 16;
 } // namespace
 
 FrameRenderer::FrameRenderer() = default;
@@ -76,24 +80,64 @@ void FrameRenderer::prepare(Encoding encoding, int width, int height, const Imag
 }
 
 size_t FrameRenderer::render(Encoding encoding, int width, int height, const ImageSettings& settings,
-                             const FrameInfo& info, std::vector<unsigned char>& out)
+                             const FrameInfo& info, std::vector<unsigned char>& out, FrameContent* content)
 {
     if (width <= 0 || height <= 0)
         return 0;
     prepare(encoding, width, height, settings);
-    const std::vector<unsigned char>& still = background(encoding);
-    const SceneLayout layout(width, height);
-
-    if (encoding == Encoding::Mjpeg)
+    if (encoding == Encoding::Mjpeg) {
+        // The compressed frame overwrites whatever raw picture out held.
+        if (content)
+            content->valid = false;
         return renderJpeg(width, height, settings, info, out);
+    }
 
+    restoreBackground(encoding, width, height, out, content);
+    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
+    if (content)
+        canvas.trackChanges(&content->overlay);
+    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
+    return background(encoding).size();
+}
+
+void FrameRenderer::restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
+                                      FrameContent* content)
+{
+    const std::vector<unsigned char>& still = background(encoding);
     const size_t size = still.size();
+    // A buffer that has to grow holds nothing worth keeping.
+    const bool follows = content && out.size() >= size && content->holds(encoding, width, height, m_litVersion);
     if (out.size() < size)
         out.resize(size);
-    std::memcpy(out.data(), still.data(), size);
-    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
-    Overlay::draw(canvas, layout, m_tone, settings, info);
-    return size;
+    if (!follows) {
+        std::memcpy(out.data(), still.data(), size);
+        if (content) {
+            content->valid = true;
+            content->encoding = encoding;
+            content->width = width;
+            content->height = height;
+            content->backgroundVersion = m_litVersion;
+            content->overlay.reset(width, height, kRawCellWidth, kRawCellHeight);
+        }
+        return;
+    }
+    const DirtyGrid& last = content->overlay;
+    const size_t lineBytes = static_cast<size_t>(bytesPerLine(encoding, width));
+    const size_t pixelBytes = lineBytes / static_cast<size_t>(width);
+    for (int row = 0; row < last.rows(); ++row) {
+        const int bottom = std::min(height, (row + 1) * last.cellHeight());
+        for (int column = 0; column < last.columns(); ++column) {
+            if (!last.isDirty(column, row))
+                continue;
+            const size_t left = static_cast<size_t>(column) * static_cast<size_t>(last.cellWidth()) * pixelBytes;
+            const size_t bytes = std::min(lineBytes - left, static_cast<size_t>(last.cellWidth()) * pixelBytes);
+            for (int y = row * last.cellHeight(); y < bottom; ++y) {
+                const size_t offset = static_cast<size_t>(y) * lineBytes + left;
+                std::memcpy(out.data() + offset, still.data() + offset, bytes);
+            }
+        }
+    }
+    content->overlay.clear();
 }
 
 size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
