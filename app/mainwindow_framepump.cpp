@@ -33,8 +33,11 @@ void MainWindow::refreshSlot()
     if (pixelFormat == "RGB3") {
         picture = QImage(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_RGB888);
     } else if (pixelFormat == "BGR3") {
-        picture = QImage(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_RGB888)
-                      .rgbSwapped();
+        // Swapped from a named image: rgbSwapped() on a temporary would first
+        // copy the frame's read-only bytes and then swap the copy in place,
+        // two passes over the picture instead of one.
+        const QImage wrapped(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_RGB888);
+        picture = wrapped.rgbSwapped();
     } else if (pixelFormat == "GRBG") {
         picture = QImage(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_Grayscale8);
     } else if (pixelFormat == "MJPG") {

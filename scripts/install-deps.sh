@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, if any is missing.
-# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package vivid)
+# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package bench vivid)
 set -euo pipefail
 
 packages=()
@@ -17,6 +17,9 @@ for group in "$@"; do
         packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file) ;;
     package)
         packages+=(dpkg-dev file) ;;
+    bench)
+        # The live view is measured in the real window on a virtual X server.
+        packages+=(xvfb) ;;
     vivid)
         # The virtual machine that tests the V4L2 backend against the kernel's
         # vivid driver. The kernel itself is not installed: the test unpacks

@@ -21,6 +21,8 @@ void Canvas::fillRect(int x, int y, int w, int h, const Rgb& colour)
     const int bottom = std::min(m_height, y + h);
     if (left >= right || top >= bottom)
         return;
+    if (m_changes)
+        m_changes->mark(left, top, right, bottom);
 
     const ColourConversion::Yuv yuv = ColourConversion::toYuv(colour);
     const unsigned char rgb[3] = {colour.r, colour.g, colour.b};

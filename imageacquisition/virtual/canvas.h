@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dirtygrid.h"
 #include "encoding.h"
 #include "rgbimage.h"
 
@@ -24,12 +25,17 @@ public:
     // Text with its top-left corner at (x, y), each dot scale x scale pixels.
     void drawText(int x, int y, const std::string& text, int scale, const Rgb& colour);
 
+    // From now on, marks every cell of grid that is drawn on; the grid must
+    // lie over the whole frame.
+    void trackChanges(DirtyGrid* grid) { m_changes = grid; }
+
 private:
     Encoding m_encoding;
     unsigned char* m_data;
     int m_width;
     int m_height;
     int m_bytesPerLine;
+    DirtyGrid* m_changes = nullptr;
 };
 
 } // namespace ImageAcquisition

@@ -7,6 +7,7 @@
 #include "scenelayout.h"
 #include "testpattern.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ImageAcquisition {
@@ -14,6 +15,10 @@ namespace ImageAcquisition {
 namespace {
 // The focus target is drawn again only when the lens has moved this far.
 constexpr int kFocusQuantum = 8;
+// Cells in which the overlay of a raw frame is tracked. Even, so that a
+// cell never splits the pixel pair of a YUYV sample.
+constexpr int kRawCellWidth = 64;
+constexpr int kRawCellHeight = 16;
 } // namespace
 
 FrameRenderer::FrameRenderer() = default;
@@ -75,28 +80,108 @@ void FrameRenderer::prepare(Encoding encoding, int width, int height, const Imag
 }
 
 size_t FrameRenderer::render(Encoding encoding, int width, int height, const ImageSettings& settings,
-                             const FrameInfo& info, std::vector<unsigned char>& out)
+                             const FrameInfo& info, std::vector<unsigned char>& out, FrameContent* content)
 {
     if (width <= 0 || height <= 0)
         return 0;
     prepare(encoding, width, height, settings);
-    const std::vector<unsigned char>& still = background(encoding);
-    const SceneLayout layout(width, height);
-
     if (encoding == Encoding::Mjpeg) {
-        m_scratch.resize(width, height);
-        std::memcpy(m_scratch.pixels.data(), still.data(), still.size());
-        Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, 3 * width);
-        Overlay::draw(canvas, layout, m_tone, settings, info);
-        return m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+        // The compressed frame overwrites whatever raw picture out held.
+        if (content)
+            content->valid = false;
+        return renderJpeg(width, height, settings, info, out);
     }
 
+    restoreBackground(encoding, width, height, out, content);
+    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
+    if (content)
+        canvas.trackChanges(&content->overlay);
+    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
+    return background(encoding).size();
+}
+
+void FrameRenderer::restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
+                                      FrameContent* content)
+{
+    const std::vector<unsigned char>& still = background(encoding);
     const size_t size = still.size();
+    // A buffer that has to grow holds nothing worth keeping.
+    const bool follows = content && out.size() >= size && content->holds(encoding, width, height, m_litVersion);
     if (out.size() < size)
         out.resize(size);
-    std::memcpy(out.data(), still.data(), size);
-    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
-    Overlay::draw(canvas, layout, m_tone, settings, info);
+    if (!follows) {
+        std::memcpy(out.data(), still.data(), size);
+        if (content) {
+            content->valid = true;
+            content->encoding = encoding;
+            content->width = width;
+            content->height = height;
+            content->backgroundVersion = m_litVersion;
+            content->overlay.reset(width, height, kRawCellWidth, kRawCellHeight);
+        }
+        return;
+    }
+    const DirtyGrid& last = content->overlay;
+    const size_t lineBytes = static_cast<size_t>(bytesPerLine(encoding, width));
+    const size_t pixelBytes = lineBytes / static_cast<size_t>(width);
+    for (int row = 0; row < last.rows(); ++row) {
+        const int bottom = std::min(height, (row + 1) * last.cellHeight());
+        for (int column = 0; column < last.columns(); ++column) {
+            if (!last.isDirty(column, row))
+                continue;
+            const size_t left = static_cast<size_t>(column) * static_cast<size_t>(last.cellWidth()) * pixelBytes;
+            const size_t bytes = std::min(lineBytes - left, static_cast<size_t>(last.cellWidth()) * pixelBytes);
+            for (int y = row * last.cellHeight(); y < bottom; ++y) {
+                const size_t offset = static_cast<size_t>(y) * lineBytes + left;
+                std::memcpy(out.data() + offset, still.data() + offset, bytes);
+            }
+        }
+    }
+    content->overlay.clear();
+}
+
+size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
+                                 std::vector<unsigned char>& out)
+{
+    const RgbImage& still = m_lit;
+    const size_t stride = static_cast<size_t>(width) * 3;
+    const int cellWidth = JpegEncoder::cellWidth(width);
+    const int cellHeight = JpegEncoder::kCellHeight;
+    const bool follows = m_scratchFromLit == m_litVersion && m_scratch.width == width &&
+                         m_scratch.height == height && m_overlayCells.hasLayout(width, height, cellWidth, cellHeight);
+    if (follows) {
+        // Only where the last overlay was does the picture differ from the background.
+        for (int row = 0; row < m_overlayCells.rows(); ++row) {
+            for (int column = 0; column < m_overlayCells.columns(); ++column) {
+                if (!m_overlayCells.isDirty(column, row))
+                    continue;
+                const size_t left = static_cast<size_t>(column) * static_cast<size_t>(cellWidth) * 3;
+                const size_t bytes = std::min(stride - left, static_cast<size_t>(cellWidth) * 3);
+                const int bottom = std::min(height, (row + 1) * cellHeight);
+                for (int y = row * cellHeight; y < bottom; ++y)
+                    std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
+            }
+        }
+        m_changedCells = m_overlayCells;
+        m_overlayCells.clear();
+    } else {
+        m_scratch.resize(width, height);
+        std::memcpy(m_scratch.pixels.data(), still.pixels.data(), still.pixels.size());
+        m_overlayCells.reset(width, height, cellWidth, cellHeight);
+    }
+    Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, static_cast<int>(stride));
+    canvas.trackChanges(&m_overlayCells);
+    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
+
+    size_t size = 0;
+    if (follows) {
+        m_changedCells.unite(m_overlayCells);
+        size = m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out);
+    } else {
+        size = m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+    }
+    // A picture that failed leaves nothing to follow on from.
+    m_scratchFromLit = size != 0 ? m_litVersion : ~0u;
     return size;
 }
 

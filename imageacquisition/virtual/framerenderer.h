@@ -1,6 +1,8 @@
 #pragma once
 
+#include "dirtygrid.h"
 #include "encoding.h"
+#include "framecontent.h"
 #include "frameinfo.h"
 #include "imagesettings.h"
 #include "jpegencoder.h"
@@ -21,9 +23,12 @@ public:
     FrameRenderer();
 
     // Writes one frame to the start of out (which grows as needed) and
-    // returns its size in bytes; 0 when it could not be made.
+    // returns its size in bytes; 0 when it could not be made. With content,
+    // the description of what out holds from its last frame (kept with the
+    // buffer), a raw frame only puts the background back where the last
+    // overlay in out was.
     size_t render(Encoding encoding, int width, int height, const ImageSettings& settings, const FrameInfo& info,
-                  std::vector<unsigned char>& out);
+                  std::vector<unsigned char>& out, FrameContent* content = nullptr);
     // Makes the kept stages ready, so that the next render costs only its
     // own frame (a stream start can afford the wait, a frame cannot).
     void prepare(Encoding encoding, int width, int height, const ImageSettings& settings);
@@ -44,6 +49,11 @@ private:
     void prepareScene(const SceneKey& key);
     void prepareLitScene(const ToneCurve::Parameters& tone);
     const std::vector<unsigned char>& background(Encoding encoding);
+    size_t renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
+                      std::vector<unsigned char>& out);
+    // Puts the background back into out, whole or where content says the last overlay was.
+    void restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
+                           FrameContent* content);
 
     SceneKey m_sceneKey;
     RgbImage m_scene;
@@ -58,7 +68,13 @@ private:
     Encoding m_convertedEncoding = Encoding::Rgb24;
     unsigned m_convertedFromLit = ~0u;
 
+    // The last MJPG picture: the lit scene it was made from, and the cells its
+    // overlay drew on. The next one puts back only those cells and compresses
+    // again only the cells that either overlay touched.
     RgbImage m_scratch;
+    unsigned m_scratchFromLit = ~0u;
+    DirtyGrid m_overlayCells;
+    DirtyGrid m_changedCells;
     JpegEncoder m_jpeg;
 };
 

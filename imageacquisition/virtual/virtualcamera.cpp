@@ -176,7 +176,7 @@ IFrame* VirtualCamera::getFrame()
     info.caption = caption();
     const size_t size = m_renderer.render(format().encoding(), static_cast<int>(resolution().getWidth()),
                                           static_cast<int>(resolution().getHeight()), settings, info,
-                                          frame->storage());
+                                          frame->storage(), &frame->content());
     if (size == 0) {
         m_pool.giveBack(frame);
         return &m_emptyFrame;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "framecontent.h"
+
 #include <imageacquisition/iframe.h>
 
 #include <vector>
@@ -20,10 +22,13 @@ public:
 
     // Where the renderer writes; the frame is not handed out while it does.
     std::vector<unsigned char>& storage() { return m_data; }
+    // What the storage holds, kept by the renderer.
+    FrameContent& content() { return m_content; }
     void setContents(int size, unsigned long long number, TimeStamp stamp);
 
 private:
     std::vector<unsigned char> m_data;
+    FrameContent m_content;
     int m_size = 0;
     unsigned long long m_number = 0;
     TimeStamp m_stamp{0, 0};

@@ -1,0 +1,7 @@
+#include "frametap.h"
+
+FrameTap& FrameTap::instance()
+{
+    static FrameTap tap;
+    return tap;
+}

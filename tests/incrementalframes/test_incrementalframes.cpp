@@ -1,0 +1,177 @@
+// Frames made from the last one must be exactly the frames made from
+// scratch: JPEG pictures compressed again only where cells changed, and raw
+// buffers that get their background back only where the overlay was.
+#include "dirtygrid.h"
+#include "framecontent.h"
+#include "framerenderer.h"
+#include "jpegencoder.h"
+
+#include <QImage>
+#include <QtTest>
+
+#include <vector>
+
+using namespace ImageAcquisition;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// A picture with something in every cell, so that no two cells code alike.
+Bytes picture(int width, int height, int seed)
+{
+    Bytes rgb(static_cast<size_t>(width) * static_cast<size_t>(height) * 3);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            unsigned char* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3];
+            p[0] = static_cast<unsigned char>(x * 255 / std::max(1, width - 1));
+            p[1] = static_cast<unsigned char>(y * 255 / std::max(1, height - 1));
+            p[2] = static_cast<unsigned char>(((x / 8 + y / 8 + seed) % 2) * 200);
+        }
+    }
+    return rgb;
+}
+
+// Paints a rectangle of the picture a flat colour and marks it changed.
+void paint(Bytes& rgb, DirtyGrid& changed, int width, const QRect& area, unsigned char level)
+{
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            std::fill_n(rgb.begin() + (static_cast<long>(y) * width + x) * 3, 3, level);
+    }
+    changed.mark(area.left(), area.top(), area.right() + 1, area.bottom() + 1);
+}
+
+Bytes wholeEncoding(const Bytes& rgb, int width, int height)
+{
+    JpegEncoder encoder;
+    Bytes out;
+    out.resize(encoder.encode(rgb.data(), width, height, out));
+    return out;
+}
+
+} // namespace
+
+class TestIncrementalFrames : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void changedCellsEncodeLikeTheWholePicture_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<QVector<QRect>>("areas");
+        QTest::addRow("nothing changed") << 320 << 240 << QVector<QRect>{};
+        QTest::addRow("first cell") << 320 << 240 << QVector<QRect>{{0, 0, 3, 3}};
+        QTest::addRow("one pixel inside") << 640 << 480 << QVector<QRect>{{300, 37, 1, 1}};
+        QTest::addRow("across cells and rows") << 640 << 480 << QVector<QRect>{{120, 30, 20, 5}};
+        QTest::addRow("left and right in the same rows")
+            << 1280 << 720 << QVector<QRect>{{10, 20, 200, 60}, {1000, 40, 270, 30}};
+        QTest::addRow("rows apart") << 640 << 480 << QVector<QRect>{{0, 16, 640, 16}, {400, 200, 30, 60}};
+        QTest::addRow("last cell") << 320 << 240 << QVector<QRect>{{319, 239, 1, 1}};
+        QTest::addRow("everything") << 320 << 240 << QVector<QRect>{{0, 0, 320, 240}};
+        QTest::addRow("short last row of cells") << 1920 << 1080 << QVector<QRect>{{1800, 1075, 120, 5}, {0, 40, 8, 8}};
+        QTest::addRow("size off the MCU grid") << 100 << 37 << QVector<QRect>{{90, 33, 10, 4}, {5, 5, 1, 1}};
+        QTest::addRow("rows that cells do not divide") << 328 << 64 << QVector<QRect>{{100, 20, 5, 5}};
+        QTest::addRow("more than eight cells apart") << 640 << 480 << QVector<QRect>{{0, 0, 1, 1}, {600, 300, 1, 1}};
+    }
+
+    void changedCellsEncodeLikeTheWholePicture()
+    {
+        QFETCH(int, width);
+        QFETCH(int, height);
+        QFETCH(QVector<QRect>, areas);
+        JpegEncoder encoder;
+        Bytes out;
+        Bytes rgb = picture(width, height, 0);
+        QVERIFY(encoder.encode(rgb.data(), width, height, out) > 0);
+
+        // Two pictures in a row, so that the cells taken from the last one
+        // include cells that were themselves compressed alone.
+        for (int round = 1; round <= 2; ++round) {
+            DirtyGrid changed;
+            changed.reset(width, height, JpegEncoder::cellWidth(width), JpegEncoder::kCellHeight);
+            for (const QRect& area : areas)
+                paint(rgb, changed, width, area, static_cast<unsigned char>(40 * round));
+            const size_t size = encoder.encodeChanged(rgb.data(), width, height, changed, out);
+            QVERIFY(size > 0);
+            QCOMPARE(Bytes(out.begin(), out.begin() + static_cast<long>(size)), wholeEncoding(rgb, width, height));
+        }
+    }
+
+    void restartMarkedStreamDecodes()
+    {
+        const int width = 320, height = 240;
+        const Bytes rgb = picture(width, height, 1);
+        const Bytes jpeg = wholeEncoding(rgb, width, height);
+        const QImage decoded = QImage::fromData(jpeg.data(), static_cast<int>(jpeg.size()), "JPG");
+        QCOMPARE(decoded.size(), QSize(width, height));
+        // Lossy, but each pixel close to where it was (away from the checker edges).
+        const QColor inside = decoded.pixelColor(4 + 160, 4 + 120);
+        const unsigned char* p = &rgb[(static_cast<size_t>(124) * width + 164) * 3];
+        QVERIFY2(qAbs(inside.red() - p[0]) < 24 && qAbs(inside.green() - p[1]) < 24 && qAbs(inside.blue() - p[2]) < 24,
+                 qPrintable(inside.name()));
+    }
+
+    void anotherSizeIsCompressedWhole()
+    {
+        JpegEncoder encoder;
+        Bytes out;
+        const Bytes small = picture(320, 240, 0);
+        QVERIFY(encoder.encode(small.data(), 320, 240, out) > 0);
+        const Bytes large = picture(640, 480, 0);
+        DirtyGrid none;
+        none.reset(640, 480, JpegEncoder::cellWidth(640), JpegEncoder::kCellHeight);
+        const size_t size = encoder.encodeChanged(large.data(), 640, 480, none, out);
+        QCOMPARE(Bytes(out.begin(), out.begin() + static_cast<long>(size)), wholeEncoding(large, 640, 480));
+    }
+
+    // The renderer follows each frame on from the last one in the same
+    // buffer (two buffers taking turns, as the camera's pool hands them out);
+    // a renderer that makes every frame from scratch must give the same bytes.
+    void rendererFramesMatchFramesMadeAfresh_data()
+    {
+        QTest::addColumn<int>("encoding");
+        QTest::addRow("RGB3") << int(Encoding::Rgb24);
+        QTest::addRow("BGR3") << int(Encoding::Bgr24);
+        QTest::addRow("GRBG") << int(Encoding::BayerGrbg8);
+        QTest::addRow("YUYV") << int(Encoding::Yuyv);
+        QTest::addRow("MJPG") << int(Encoding::Mjpeg);
+    }
+
+    void rendererFramesMatchFramesMadeAfresh()
+    {
+        QFETCH(int, encoding);
+        const Encoding e = Encoding(encoding);
+        const int width = 640, height = 480;
+        FrameRenderer steady;
+        ImageSettings settings;
+        settings.overlayText = "cells";
+        FrameInfo info;
+        info.caption = "640x480 60 fps";
+        Bytes buffers[2];
+        FrameContent contents[2];
+        for (int frame = 0; frame < 40; ++frame) {
+            info.number = static_cast<unsigned long long>(frame);
+            info.seconds = frame * 0.11;
+            if (frame == 15)
+                settings.brightness = 30; // relights the whole background
+            if (frame == 25)
+                settings.errors = 0x1; // a status line more
+            if (frame == 30)
+                settings.overlayText.clear(); // a line less
+            Bytes& out = buffers[frame % 2];
+            const size_t size = steady.render(e, width, height, settings, info, out, &contents[frame % 2]);
+            FrameRenderer fresh;
+            Bytes expected;
+            expected.resize(fresh.render(e, width, height, settings, info, expected));
+            QVERIFY(size > 0);
+            QVERIFY2(Bytes(out.begin(), out.begin() + static_cast<long>(size)) == expected,
+                     qPrintable(QString("frame %1").arg(frame)));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestIncrementalFrames)
+#include "test_incrementalframes.moc"
