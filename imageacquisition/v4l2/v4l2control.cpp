@@ -9,6 +9,27 @@
 
 namespace ImageAcquisition {
 
+namespace {
+
+// The types whose value is one number that VIDIOC_G/S_EXT_CTRLS carries in
+// value or value64.
+bool holdsNumber(unsigned int type)
+{
+    switch (type) {
+    case V4L2_CTRL_TYPE_INTEGER:
+    case V4L2_CTRL_TYPE_BOOLEAN:
+    case V4L2_CTRL_TYPE_MENU:
+    case V4L2_CTRL_TYPE_INTEGER_MENU:
+    case V4L2_CTRL_TYPE_BITMASK:
+    case V4L2_CTRL_TYPE_INTEGER64:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
 V4l2Control::V4l2Control(const V4l2Handle& device, const v4l2_query_ext_ctrl& query, Family family)
     : m_device(device),
       m_query(query),
@@ -34,17 +55,7 @@ bool V4l2Control::restoreDefault()
 {
     if (!isWritable())
         return false;
-    switch (m_query.type) {
-    case V4L2_CTRL_TYPE_INTEGER:
-    case V4L2_CTRL_TYPE_BOOLEAN:
-    case V4L2_CTRL_TYPE_MENU:
-    case V4L2_CTRL_TYPE_INTEGER_MENU:
-    case V4L2_CTRL_TYPE_BITMASK:
-    case V4L2_CTRL_TYPE_INTEGER64:
-        return tryWrite(m_query.default_value) == 0;
-    default:
-        return false;
-    }
+    return holdsNumber(m_query.type) && tryWrite(m_query.default_value) == 0;
 }
 
 bool V4l2Control::isWritable() const
@@ -59,18 +70,7 @@ bool V4l2Control::hasReadableValue() const
         return false;
     if (m_query.nr_of_dims > 0)
         return false;
-    switch (m_query.type) {
-    case V4L2_CTRL_TYPE_INTEGER:
-    case V4L2_CTRL_TYPE_BOOLEAN:
-    case V4L2_CTRL_TYPE_MENU:
-    case V4L2_CTRL_TYPE_INTEGER_MENU:
-    case V4L2_CTRL_TYPE_BITMASK:
-    case V4L2_CTRL_TYPE_INTEGER64:
-    case V4L2_CTRL_TYPE_STRING:
-        return true;
-    default:
-        return false;
-    }
+    return holdsNumber(m_query.type) || m_query.type == V4L2_CTRL_TYPE_STRING;
 }
 
 int V4l2Control::readValue()
