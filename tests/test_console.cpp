@@ -64,16 +64,6 @@ private slots:
         QCOMPARE(console.toPlainText(), QString("hello, world"));
     }
 
-    void clearEmptiesThePane()
-    {
-        Console console;
-        console.putData("one\ntwo\n");
-        console.clear();
-        QVERIFY(console.toPlainText().isEmpty());
-        console.putData("three");
-        QCOMPARE(console.toPlainText(), QString("three"));
-    }
-
     void colours()
     {
         Console console;

@@ -24,7 +24,14 @@ std::vector<std::string> calls();
 void clearCalls();
 // Number of logged calls that start with prefix.
 int count(const std::string& prefix);
-bool called(const std::string& prefix);
+inline bool called(const std::string& prefix) { return count(prefix) > 0; }
+
+// An element of an owning list, null for an index outside it.
+template <typename T>
+T* at(const std::vector<std::unique_ptr<T>>& items, int index)
+{
+    return index < 0 || index >= int(items.size()) ? nullptr : items[size_t(index)].get();
+}
 
 // --- formats ----------------------------------------------------------------
 
@@ -54,43 +61,49 @@ struct FormatSpec
 class Interval : public IFrameInterval
 {
 public:
-    explicit Interval(IntervalSpec spec) : m_spec(spec) {}
-    int getNumerator() const override { return m_spec.numerator; }
-    int getDenominator() const override { return m_spec.denominator; }
-
-private:
-    IntervalSpec m_spec;
+    explicit Interval(IntervalSpec spec) : spec(spec) {}
+    int getNumerator() const override { return spec.numerator; }
+    int getDenominator() const override { return spec.denominator; }
+    IntervalSpec spec;
 };
 
 class Resolution : public IResolution
 {
 public:
-    explicit Resolution(const ResolutionSpec& spec);
-    unsigned int getWidth() const override { return m_spec.width; }
-    unsigned int getHeight() const override { return m_spec.height; }
-    int getBytesPerLine() const override { return m_spec.bytesPerLine; }
-    int getFrameIntervalCount() const override { return int(m_intervals.size()); }
-    IFrameInterval* getFrameInterval(int index) override;
-
-private:
-    ResolutionSpec m_spec;
-    std::vector<std::unique_ptr<Interval>> m_intervals;
+    explicit Resolution(const ResolutionSpec& spec) : spec(spec)
+    {
+        for (const auto& interval : spec.intervals)
+            intervals.push_back(std::make_unique<Interval>(interval));
+    }
+    unsigned int getWidth() const override { return spec.width; }
+    unsigned int getHeight() const override { return spec.height; }
+    int getBytesPerLine() const override { return spec.bytesPerLine; }
+    int getFrameIntervalCount() const override { return int(intervals.size()); }
+    IFrameInterval* getFrameInterval(int index) override { return at(intervals, index); }
+    ResolutionSpec spec;
+    std::vector<std::unique_ptr<Interval>> intervals;
 };
 
 class PixelFormat : public IPixelFormat
 {
 public:
-    explicit PixelFormat(const FormatSpec& spec);
-    bool isCompressed() const override { return m_spec.compressed; }
-    bool isEmulated() const override { return m_spec.emulated; }
-    const char* getFourCC() const override { return m_spec.fourcc.c_str(); }
-    const char* getDescription() const override { return m_spec.description.c_str(); }
-    int getResolutionCount() const override { return int(m_resolutions.size()); }
-    IResolution* getResolution(int index) override;
-
-private:
-    FormatSpec m_spec;
-    std::vector<std::unique_ptr<Resolution>> m_resolutions;
+    explicit PixelFormat(const FormatSpec& spec) : spec(spec)
+    {
+        for (const auto& resolution : spec.resolutions)
+            resolutions.push_back(std::make_unique<Resolution>(resolution));
+    }
+    bool isCompressed() const override { return spec.compressed; }
+    bool isEmulated() const override { return spec.emulated; }
+    const char* getFourCC() const override { return spec.fourcc.c_str(); }
+    const char* getDescription() const override { return spec.description.c_str(); }
+    int getResolutionCount() const override { return int(resolutions.size()); }
+    IResolution* getResolution(int index) override
+    {
+        log("getResolution(" + std::to_string(index) + ")");
+        return at(resolutions, index);
+    }
+    FormatSpec spec;
+    std::vector<std::unique_ptr<Resolution>> resolutions;
 };
 
 // --- frames -----------------------------------------------------------------
@@ -117,21 +130,23 @@ public:
 
 // --- controls ---------------------------------------------------------------
 
-// Implements the base operations for every fake control kind. Each call is
-// logged as "<name>.<operation>".
+// The base operations of every fake control kind. Calls are logged as
+// "<name>.<operation>".
 class Control : public virtual ICameraControl
 {
 public:
-    Control(std::string name, int type, Family family = FamilyUser);
-
-    int getType() const override;
-    Family getFamily() const override;
-    const char* getName() const override;
-    const char* getDescription() const override;
-    bool isDisabled() const override;
-    bool isGrabbed() const override;
-    bool isReadOnly() const override;
-    bool isInactive() const override;
+    Control(std::string name, int type, Family family = FamilyUser)
+        : name(std::move(name)), description(this->name + " description"), type(type), family(family)
+    {
+    }
+    int getType() const override { return type; }
+    Family getFamily() const override { return family; }
+    const char* getName() const override { return nullName ? nullptr : name.c_str(); }
+    const char* getDescription() const override { return description.c_str(); }
+    bool isDisabled() const override { return flag("isDisabled", disabled); }
+    bool isGrabbed() const override { return flag("isGrabbed", grabbed); }
+    bool isReadOnly() const override { return flag("isReadOnly", readOnly); }
+    bool isInactive() const override { return flag("isInactive", inactive); }
     void refresh() override;
 
     std::string name;
@@ -147,13 +162,17 @@ public:
     bool refuseWrites = false;
     bool throwOnRefresh = false;
     int refreshCount = 0;
-    // Runs inside refresh(), to let a test change what the camera reports.
-    std::function<void()> onRefresh;
     // Logs the four state flag queries too, to check the order they are asked in.
     bool logFlagQueries = false;
 
 protected:
-    void logCall(const std::string& operation) const;
+    void logCall(const std::string& operation) const { log(name + "." + operation); }
+    bool flag(const char* query, bool value) const
+    {
+        if (logFlagQueries)
+            logCall(query);
+        return value;
+    }
     void checkWrite(const std::string& operation);
 };
 
@@ -179,61 +198,85 @@ public:
         checkWrite("setValue(" + std::to_string(v) + ")");
         value = v;
     }
-
     T minimum, maximum, step, value;
 };
 
 class Boolean : public ICameraControlBoolean, public Control
 {
 public:
-    Boolean(std::string name, bool value, Family family = FamilyUser);
+    Boolean(std::string name, bool value, Family family = FamilyUser)
+        : Control(std::move(name), TypeBoolean, family), value(value)
+    {
+    }
     bool getValue() const override { return value; }
-    void setValue(bool v) override;
+    void setValue(bool v) override
+    {
+        checkWrite(std::string("setValue(") + (v ? "true" : "false") + ")");
+        value = v;
+    }
     bool value;
 };
 
 class Button : public ICameraControlButton, public Control
 {
 public:
-    explicit Button(std::string name, Family family = FamilyUser);
-    void press() override;
+    explicit Button(std::string name, Family family = FamilyUser) : Control(std::move(name), TypeButton, family) {}
+    void press() override { checkWrite("press"); }
 };
 
 class String : public ICameraControlString, public Control
 {
 public:
-    String(std::string name, std::string value, int minLength, int maxLength, Family family = FamilyUser);
+    String(std::string name, std::string value, int minLength, int maxLength, Family family = FamilyUser)
+        : Control(std::move(name), TypeString, family), value(std::move(value)), minLength(minLength),
+          maxLength(maxLength)
+    {
+    }
     int getLength() const override { return int(value.size()); }
     void getValue(char* buffer, int size) const override;
-    void setValue(const char* v) override;
+    void setValue(const char* v) override
+    {
+        checkWrite(std::string("setValue(") + v + ")");
+        value = v;
+    }
     int getMinLength() const override { return minLength; }
     int getMaxLength() const override { return maxLength; }
     std::string value;
     int minLength, maxLength;
 };
 
-class StringMenu : public ICameraControlStringMenu, public Control
+// Both kinds of menu: entries of type E, the index written through setIndex.
+template <typename Base, typename E, int kType>
+class Menu : public Base, public Control
 {
 public:
-    StringMenu(std::string name, std::vector<std::string> entries, int index, Family family = FamilyUser);
+    Menu(std::string name, std::vector<E> entries, int index, Family family = FamilyUser)
+        : Control(std::move(name), kType, family), entries(std::move(entries)), index(index)
+    {
+    }
     int getEntryCount() const override { return int(entries.size()); }
     int getIndex() const override { return index; }
-    void setIndex(int i) override;
-    const char* getEntry(int i) const override;
-    std::vector<std::string> entries;
+    void setIndex(int i) override
+    {
+        checkWrite("setIndex(" + std::to_string(i) + ")");
+        index = i;
+    }
+    std::vector<E> entries;
     int index;
 };
 
-class Int64Menu : public ICameraControlInt64Menu, public Control
+class StringMenu : public Menu<ICameraControlStringMenu, std::string, ICameraControl::TypeMenu>
 {
 public:
-    Int64Menu(std::string name, std::vector<long long> entries, int index, Family family = FamilyUser);
-    int getEntryCount() const override { return int(entries.size()); }
-    int getIndex() const override { return index; }
-    void setIndex(int i) override;
-    long long getEntry(int i) const override;
-    std::vector<long long> entries;
-    int index;
+    using Menu::Menu;
+    const char* getEntry(int i) const override { return entries.at(size_t(i)).c_str(); }
+};
+
+class Int64Menu : public Menu<ICameraControlInt64Menu, long long, ICameraControl::TypeIntegerMenu>
+{
+public:
+    using Menu::Menu;
+    long long getEntry(int i) const override { return entries.at(size_t(i)); }
 };
 
 // --- devices and cameras ----------------------------------------------------
@@ -250,10 +293,7 @@ struct DeviceSpec
     std::string manufacturer = "Kelvane";
     std::string serial = "SN0001";
     std::string firmwareVersion = "1.02";
-    bool asynchIO = false;
     bool multiplane = false;
-    bool readWrite = false;
-    bool streaming = true;
     bool videoCapture = true;
     bool kelvane = false;
     // Every text operation returns a null pointer.
@@ -281,10 +321,10 @@ public:
     const char* getManufacturer() const override { return text(spec.manufacturer); }
     const char* getSerial() const override { return text(spec.serial); }
     const char* getFirmwareVersion() const override { return text(spec.firmwareVersion); }
-    bool supportsAsynchIO() const override { return spec.asynchIO; }
+    bool supportsAsynchIO() const override { return false; }
     bool supportsMultiplane() const override { return spec.multiplane; }
-    bool supportsReadWrite() const override { return spec.readWrite; }
-    bool supportsStreaming() const override { return spec.streaming; }
+    bool supportsReadWrite() const override { return false; }
+    bool supportsStreaming() const override { return true; }
     bool supportsVideoCapture() const override { return spec.videoCapture; }
     bool isKelvaneDevice() const override { return spec.kelvane; }
 
@@ -302,24 +342,32 @@ public:
 
     int getControlCount() const override { return int(controls.size()); }
     const IDevice* getDevice() const override { return &device; }
-    ICameraControl* getControl(int index) override;
+    ICameraControl* getControl(int index) override { return at(controls, index); }
     int getFormatCount() const override { return int(formats.size()); }
-    IPixelFormat* getFormat(int index) override;
+    IPixelFormat* getFormat(int index) override { return at(formats, index); }
     int getCurrentFormatIndex() const override { return currentFormat; }
     int getCurrentResolutionIndex() const override { return currentResolution; }
     int getCurrentFrameIntervalIndex() const override { return currentInterval; }
-    void reset() override;
+    void reset() override { log("reset"); }
     bool setFormat(int formatIndex, int resolutionIndex, int intervalIndex) override;
 
-    int allocateBuffers(int count) override;
+    int allocateBuffers(int count) override
+    {
+        log("allocateBuffers(" + std::to_string(count) + ")");
+        return allocateResult;
+    }
     int startStreaming() override;
     IFrame* getFrame() override;
     void releaseFrame(IFrame* frame) override;
     int stopStreaming() override;
-    int releaseBuffers() override;
+    int releaseBuffers() override
+    {
+        log("releaseBuffers");
+        return releaseResult;
+    }
 
     // Queues a frame for a later getFrame.
-    void pushFrame(Frame frame);
+    void pushFrame(Frame frame) { queued.push_back(std::make_unique<Frame>(std::move(frame))); }
 
     Device device;
     std::vector<std::unique_ptr<PixelFormat>> formats;
@@ -337,15 +385,6 @@ public:
     std::vector<std::unique_ptr<Frame>> handedOut;
     // Frames given back that this camera never handed out.
     int foreignReleases = 0;
-};
-
-class Event : public ICameraEvent
-{
-public:
-    explicit Event(int type);
-    ~Event() override;
-    int getType() const override { return type; }
-    int type;
 };
 
 // --- the layer as a whole ---------------------------------------------------
@@ -369,9 +408,7 @@ public:
 
     int monitorsCreated = 0;
     int monitorsStarted = 0;
-    int monitorsStopped = 0;
     int monitorsDeleted = 0;
-    std::atomic<int> eventsCreated{0};
     std::atomic<int> eventsDeleted{0};
     std::atomic<IContinuousCameraMonitor::IClient*> client{nullptr};
 };

@@ -6,7 +6,6 @@
 #include "framerenderer.h"
 #include "jpegencoder.h"
 
-#include <QImage>
 #include <QtTest>
 
 #include <vector>
@@ -18,15 +17,15 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 // A picture with something in every cell, so that no two cells code alike.
-Bytes picture(int width, int height, int seed)
+Bytes picture(int width, int height)
 {
-    Bytes rgb(static_cast<size_t>(width) * static_cast<size_t>(height) * 3);
+    Bytes rgb;
+    rgb.reserve(size_t(width) * size_t(height) * 3);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            unsigned char* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3];
-            p[0] = static_cast<unsigned char>(x * 255 / std::max(1, width - 1));
-            p[1] = static_cast<unsigned char>(y * 255 / std::max(1, height - 1));
-            p[2] = static_cast<unsigned char>(((x / 8 + y / 8 + seed) % 2) * 200);
+            rgb.push_back(static_cast<unsigned char>(x * 255 / std::max(1, width - 1)));
+            rgb.push_back(static_cast<unsigned char>(y * 255 / std::max(1, height - 1)));
+            rgb.push_back(static_cast<unsigned char>(((x / 8 + y / 8) % 2) * 200));
         }
     }
     return rgb;
@@ -84,7 +83,7 @@ private slots:
         QFETCH(QVector<QRect>, areas);
         JpegEncoder encoder;
         Bytes out;
-        Bytes rgb = picture(width, height, 0);
+        Bytes rgb = picture(width, height);
         QVERIFY(encoder.encode(rgb.data(), width, height, out) > 0);
 
         // Two pictures in a row, so that the cells taken from the last one
@@ -100,27 +99,13 @@ private slots:
         }
     }
 
-    void restartMarkedStreamDecodes()
-    {
-        const int width = 320, height = 240;
-        const Bytes rgb = picture(width, height, 1);
-        const Bytes jpeg = wholeEncoding(rgb, width, height);
-        const QImage decoded = QImage::fromData(jpeg.data(), static_cast<int>(jpeg.size()), "JPG");
-        QCOMPARE(decoded.size(), QSize(width, height));
-        // Lossy, but each pixel close to where it was (away from the checker edges).
-        const QColor inside = decoded.pixelColor(4 + 160, 4 + 120);
-        const unsigned char* p = &rgb[(static_cast<size_t>(124) * width + 164) * 3];
-        QVERIFY2(qAbs(inside.red() - p[0]) < 24 && qAbs(inside.green() - p[1]) < 24 && qAbs(inside.blue() - p[2]) < 24,
-                 qPrintable(inside.name()));
-    }
-
     void anotherSizeIsCompressedWhole()
     {
         JpegEncoder encoder;
         Bytes out;
-        const Bytes small = picture(320, 240, 0);
+        const Bytes small = picture(320, 240);
         QVERIFY(encoder.encode(small.data(), 320, 240, out) > 0);
-        const Bytes large = picture(640, 480, 0);
+        const Bytes large = picture(640, 480);
         DirtyGrid none;
         none.reset(640, 480, JpegEncoder::cellWidth(640), JpegEncoder::kCellHeight);
         const size_t size = encoder.encodeChanged(large.data(), 640, 480, none, out);

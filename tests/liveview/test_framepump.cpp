@@ -124,7 +124,6 @@ private slots:
         const QImage image = s.lastImage();
         QCOMPARE(image.size(), QSize(320, 240));
         QVERIFY(qAbs(image.pixelColor(160, 120).red() - 200) < 8);
-        QCOMPARE(Probe::imageLabel(*s.window)->pixmap(Qt::ReturnByValue).size(), QSize(640, 480));
     }
 
     void corruptJpegGivesANullPictureAndStillCounts()
@@ -138,7 +137,10 @@ private slots:
         QCOMPARE(s.newImages.count(), 3);
         QVERIFY(s.lastImage().isNull());
         QVERIFY(Probe::status(*s.window).startsWith("2:5 Fps: "));
+        // Every frame went back once, whatever became of its picture.
+        QCOMPARE(Fake::count("releaseFrame"), 3);
         QCOMPARE(s.camera().handedOut.size(), size_t(0));
+        QCOMPARE(s.camera().foreignReleases, 0);
     }
 
     void unknownCodeShowsBlackOfTheRunningSize()
@@ -163,17 +165,6 @@ private slots:
         QCOMPARE(s.newImages.count(), 1);
         s.show(frame(std::vector<unsigned char>(12, 0), 2, {5, 0}));
         QVERIFY(Probe::status(*s.window).startsWith("1:2 "));
-    }
-
-    void everyFrameGoesBackOnce()
-    {
-        Streaming s(camera("RGB3", 2, 2, 6));
-        for (int i = 0; i < 5; ++i)
-            s.show(frame(std::vector<unsigned char>(12, 0), i));
-        QCOMPARE(Fake::count("getFrame"), 5);
-        QCOMPARE(Fake::count("releaseFrame"), 5);
-        QCOMPARE(s.camera().handedOut.size(), size_t(0));
-        QCOMPARE(s.camera().foreignReleases, 0);
     }
 
     void readoutAndRateArithmetic()

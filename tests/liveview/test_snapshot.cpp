@@ -141,22 +141,6 @@ private slots:
         QCOMPARE(s.camera().handedOut.size(), size_t(0));
     }
 
-    void unknownFormatSavesBlack()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("black.png");
-        Session s(camera("YUYV", 40, 30));
-        Probe::ModalHandler<QFileDialog> handler([&](QFileDialog* dialog) {
-            dialog->selectFile(path);
-            static_cast<QDialog*>(dialog)->accept();
-        });
-        s.snapshot();
-        s.show(frame(40, 30));
-        const QImage saved(path);
-        QCOMPARE(saved.size(), QSize(40, 30));
-        QCOMPARE(saved.pixelColor(20, 15), QColor(Qt::black));
-    }
-
     void unwritableNameFailsQuietly()
     {
         Session s(camera("RGB3", 16, 8));

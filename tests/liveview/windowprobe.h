@@ -60,15 +60,8 @@ inline bool iconIs(QAction* a, const char* resource)
     return a->icon().pixmap(75, 75).toImage() == QIcon(resource).pixmap(75, 75).toImage();
 }
 
-inline const char* playIcon()
-{
-    return ":/icons/Play-Button-Blue-Davrix2-13mai2016.png";
-}
-
-inline const char* stopIcon()
-{
-    return ":/icons/Stop-Button-Blue-Davrix2-13mai2016.png";
-}
+const char* const playIcon = ":/icons/Play-Button-Blue-Davrix2-13mai2016.png";
+const char* const stopIcon = ":/icons/Stop-Button-Blue-Davrix2-13mai2016.png";
 
 // The frame timer: the window's only direct QTimer child.
 inline QTimer* refreshTimer(QWidget& w)
