@@ -111,20 +111,21 @@ int V4l2Control::tryWrite(long long value)
 
 int V4l2Control::getExtended(v4l2_ext_control& control) const
 {
-    v4l2_ext_controls controls{};
-    controls.which = V4L2_CTRL_WHICH_CUR_VAL;
-    controls.count = 1;
-    controls.controls = &control;
-    return m_device.ioctl(VIDIOC_G_EXT_CTRLS, &controls);
+    return extended(VIDIOC_G_EXT_CTRLS, control);
 }
 
 int V4l2Control::setExtended(v4l2_ext_control& control) const
+{
+    return extended(VIDIOC_S_EXT_CTRLS, control);
+}
+
+int V4l2Control::extended(unsigned long request, v4l2_ext_control& control) const
 {
     v4l2_ext_controls controls{};
     controls.which = V4L2_CTRL_WHICH_CUR_VAL;
     controls.count = 1;
     controls.controls = &control;
-    return m_device.ioctl(VIDIOC_S_EXT_CTRLS, &controls);
+    return m_device.ioctl(request, &controls);
 }
 
 std::string V4l2Control::refusal(int error) const

@@ -60,6 +60,9 @@ protected:
     void setDescription(std::string description) { m_description = std::move(description); }
 
 private:
+    // One control's current value through VIDIOC_G_EXT_CTRLS or VIDIOC_S_EXT_CTRLS.
+    int extended(unsigned long request, v4l2_ext_control& control) const;
+
     const V4l2Handle& m_device;
     v4l2_query_ext_ctrl m_query;
     int m_typeCode;
