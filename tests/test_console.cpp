@@ -1,7 +1,6 @@
 #include "console.h"
 
 #include <QScrollBar>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QtTest>
 
@@ -10,47 +9,28 @@ class TestConsole : public QObject
     Q_OBJECT
 
 private slots:
-    void keepsTheNewestThousandLines()
-    {
-        Console console;
-        for (int i = 1; i <= 1001; ++i)
-            console.putData(QByteArray("line ") + QByteArray::number(i) + "\n");
-        QTextDocument* doc = console.document();
-        QCOMPARE(doc->maximumBlockCount(), 1000);
-        QCOMPARE(doc->blockCount(), 1000);
-        QVERIFY(!console.toPlainText().contains("line 1\n"));
-        QVERIFY(console.toPlainText().startsWith("line 3\n"));
-        QVERIFY(console.toPlainText().contains("line 1001\n"));
-    }
-
-    void textStopsAtZeroByte()
-    {
-        Console console;
-        console.putData(QByteArray("abc\0def", 7));
-        QCOMPARE(console.toPlainText(), QString("abc"));
-    }
-
-    void malformedUtf8ShowsReplacement()
-    {
-        Console console;
-        console.putData(QByteArray("a\xff" "b"));
-        QCOMPARE(console.toPlainText(), QString("a") + QChar(QChar::ReplacementCharacter) + "b");
-    }
-
-    void appendScrollsToTheEnd()
+    void keepsTheNewestThousandLinesAndScrollsToTheEnd()
     {
         Console console;
         console.resize(300, 100);
         console.show();
-        for (int i = 0; i < 100; ++i)
-            console.putData("some text\n");
+        for (int i = 1; i <= 1001; ++i)
+            console.putData(QByteArray("line ") + QByteArray::number(i) + "\n");
+        QCOMPARE(console.document()->blockCount(), 1000);
+        QVERIFY(console.toPlainText().startsWith("line 3\n") && console.toPlainText().endsWith("line 1001\n"));
         QScrollBar* bar = console.verticalScrollBar();
         QVERIFY(bar->maximum() > 0);
         QCOMPARE(bar->value(), bar->maximum());
         bar->setValue(0);
         console.putData(QByteArray());
-        QCOMPARE(console.toPlainText().count("some text"), 100);
         QCOMPARE(bar->value(), bar->maximum());
+    }
+
+    void textStopsAtZeroByteAndShowsBadUtf8AsReplacement()
+    {
+        Console console;
+        console.putData(QByteArray("a\xff" "b\0def", 7));
+        QCOMPARE(console.toPlainText(), QString("a") + QChar(QChar::ReplacementCharacter) + "b");
     }
 
     void insertsAtTheCursorNotAtTheEnd()
@@ -69,7 +49,7 @@ private slots:
         Console console;
         for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
             QCOMPARE(console.palette().color(group, QPalette::Base), QColor(Qt::black));
-            QCOMPARE(console.palette().color(group, QPalette::Text), QColor(0, 128, 250, 255));
+            QCOMPARE(console.palette().color(group, QPalette::Text), QColor(0, 128, 250));
         }
     }
 };
