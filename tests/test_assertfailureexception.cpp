@@ -37,41 +37,32 @@ class TestAssertFailureException : public QObject
     Q_OBJECT
 
 private slots:
-    void composesText_data()
-    {
-        QTest::addColumn<QByteArray>("expression");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("with code") << QByteArray("x > 0") << 7 << "Bad value"
-                                   << "Bad value: Assertion 'x > 0' failed in file 'camera' line 42' error code: 7'\n";
-        QTest::newRow("no message, no code") << QByteArray("x > 0") << kNoCode << ""
-                                             << "Assertion 'x > 0' failed in file 'camera' line 42\n";
-        QTest::newRow("false") << QByteArray("false") << 2 << "m"
-                               << "m: Illegal code assertion failed in file 'camera' line 42' error code: 2'\n";
-        QTest::newRow("0") << QByteArray("0") << kNoCode << ""
-                           << "Illegal code assertion failed in file 'camera' line 42\n";
-        QTest::newRow("FALSE") << QByteArray("FALSE") << kNoCode << ""
-                               << "Illegal code assertion failed in file 'camera' line 42\n";
-        QTest::newRow("False is ordinary") << QByteArray("False") << kNoCode << ""
-                                           << "Assertion 'False' failed in file 'camera' line 42\n";
-    }
-
     void composesText()
     {
-        QFETCH(QByteArray, expression); // the exception keeps the pointer: it must outlive it
-        QFETCH(int, code);
-        QFETCH(QString, message);
-        QFETCH(QString, expected);
-        QString what;
-        const QByteArray reported = stderrOf([&] {
-            const std::string text = message.toStdString();
-            what = code == kNoCode ? AssertFailureException(expression.constData(), "camera", 42, text).what()
-                                   : AssertFailureException(expression.constData(), "camera", 42, code, text).what();
-        });
-        QCOMPARE(what, expected);
-        // Reported once, followed by an empty line.
-        QCOMPARE(QString::fromUtf8(reported), expected + "\n");
+        struct Case
+        {
+            const char* expression;
+            int code;
+            std::string message;
+            QString expected;
+        };
+        const Case cases[] = {
+            {"x > 0", 7, "Bad value", "Bad value: Assertion 'x > 0' failed in file 'camera' line 42' error code: 7'\n"},
+            {"x > 0", kNoCode, "", "Assertion 'x > 0' failed in file 'camera' line 42\n"},
+            {"false", 2, "m", "m: Illegal code assertion failed in file 'camera' line 42' error code: 2'\n"},
+            {"0", kNoCode, "", "Illegal code assertion failed in file 'camera' line 42\n"},
+            {"FALSE", kNoCode, "", "Illegal code assertion failed in file 'camera' line 42\n"},
+            {"False", kNoCode, "", "Assertion 'False' failed in file 'camera' line 42\n"}};
+        for (const Case& c : cases) {
+            QString what;
+            const QByteArray reported = stderrOf([&] {
+                what = c.code == kNoCode ? AssertFailureException(c.expression, "camera", 42, c.message).what()
+                                         : AssertFailureException(c.expression, "camera", 42, c.code, c.message).what();
+            });
+            QCOMPARE(what, c.expected);
+            // Reported once, followed by an empty line.
+            QCOMPARE(QString::fromUtf8(reported), c.expected + "\n");
+        }
     }
 
     void copiesDoNotReportAgainAndCatchAsStdException()

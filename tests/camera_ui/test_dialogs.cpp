@@ -35,9 +35,12 @@ T& add(Fake::Camera& camera, T* control)
     return *control;
 }
 
-// A control of a kind without a row, shown as a label exactly `height` pixels high.
+// A control of a kind without a row, shown as a label exactly `height` pixels high;
+// for a negative height, a place where the camera hands out no control.
 void addLabel(Fake::Camera& camera, int height)
 {
+    if (height < 0)
+        return camera.controls.push_back(nullptr);
     add(camera, new Fake::Control("Spacer", ICameraControl::TypeBitmask)).description =
         QString("<img src=\":/icons/kelvane logo.png\" width=\"10\" height=\"%1\">").arg(height).toStdString();
 }
@@ -162,19 +165,15 @@ private slots:
 
     void rowsFillPagesUpTo500Pixels()
     {
-        // Label heights (-1: the camera hands out no control), and the rows on each page.
+        // Label heights (-1: no control), and the rows on each page.
         const std::pair<QVector<int>, QVector<int>> cases[] = {{{200, 300, 1}, {2, 1}},
                                                                {{501, 40}, {0, 1, 1}},
                                                                {{100, 600, 100}, {1, 1, 1}},
                                                                {{100, -1, 100}, {2}}};
         for (const auto& [heights, rowsPerPage] : cases) {
             Fake::Camera camera{Fake::DeviceSpec{}};
-            for (int height : heights) {
-                if (height < 0)
-                    camera.controls.push_back(nullptr);
-                else
-                    addLabel(camera, height);
-            }
+            for (int height : heights)
+                addLabel(camera, height);
             SettingsDialog dialog(&camera, nullptr);
             QTabWidget* tabs = tabsOf(dialog);
             QCOMPARE(tabs->count(), rowsPerPage.size());
