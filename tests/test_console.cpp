@@ -43,15 +43,6 @@ private slots:
         console.putData(",");
         QCOMPARE(console.toPlainText(), QString("hello, world"));
     }
-
-    void colours()
-    {
-        Console console;
-        for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-            QCOMPARE(console.palette().color(group, QPalette::Base), QColor(Qt::black));
-            QCOMPARE(console.palette().color(group, QPalette::Text), QColor(0, 128, 250));
-        }
-    }
 };
 
 QTEST_MAIN(TestConsole)
