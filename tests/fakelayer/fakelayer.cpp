@@ -40,8 +40,6 @@ int count(const std::string& prefix)
                              [&](const std::string& c) { return c.compare(0, prefix.size(), prefix) == 0; }));
 }
 
-// --- controls ---------------------------------------------------------------
-
 void Control::refresh()
 {
     logCall("refresh");
@@ -66,12 +64,8 @@ void String::getValue(char* buffer, int size) const
     buffer[n] = '\0';
 }
 
-// --- cameras ----------------------------------------------------------------
-
-Camera::Camera(const DeviceSpec& spec) : device(spec), currentFormat(spec.currentFormat)
+Camera::Camera(const DeviceSpec& spec) : device(spec), formats(spec.formats), currentFormat(spec.currentFormat)
 {
-    for (const auto& format : spec.formats)
-        formats.push_back(std::make_unique<PixelFormat>(format));
     if (spec.controls)
         controls = spec.controls();
     Layer::instance().liveCameras.push_back(this);
@@ -113,10 +107,9 @@ int Camera::stopStreaming()
 IFrame* Camera::getFrame()
 {
     log("getFrame");
-    if (queued.empty()) {
-        handedOut.push_back(std::make_unique<Frame>());
-    } else {
-        handedOut.push_back(std::move(queued.front()));
+    handedOut.push_back(std::make_unique<Frame>());
+    if (!queued.empty()) {
+        *handedOut.back() = std::move(queued.front());
         queued.pop_front();
     }
     return handedOut.back().get();
@@ -133,8 +126,6 @@ void Camera::releaseFrame(IFrame* frame)
         handedOut.erase(it);
 }
 
-// --- factory, device list, monitor ------------------------------------------
-
 namespace {
 
 class Event : public ICameraEvent
@@ -149,17 +140,13 @@ public:
 class DeviceList : public IDeviceList
 {
 public:
-    explicit DeviceList(const std::vector<DeviceSpec>& specs)
-    {
-        for (const auto& spec : specs)
-            m_devices.push_back(std::make_unique<Device>(spec));
-    }
+    explicit DeviceList(const std::vector<DeviceSpec>& specs) : m_devices(specs.begin(), specs.end()) {}
     ~DeviceList() override { log("~DeviceList"); }
     int getDeviceCount() const override { return int(m_devices.size()); }
     const IDevice* getDevice(int index) const override { return at(m_devices, index); }
 
 private:
-    std::vector<std::unique_ptr<Device>> m_devices;
+    std::vector<Device> m_devices;
 };
 
 class Monitor : public IContinuousCameraMonitor
