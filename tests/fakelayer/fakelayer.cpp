@@ -90,20 +90,6 @@ bool Camera::setFormat(int formatIndex, int resolutionIndex, int intervalIndex)
     return true;
 }
 
-int Camera::startStreaming()
-{
-    log("startStreaming");
-    streaming = streaming || startResult == 0;
-    return startResult;
-}
-
-int Camera::stopStreaming()
-{
-    log("stopStreaming");
-    streaming = streaming && stopResult != 0;
-    return stopResult;
-}
-
 IFrame* Camera::getFrame()
 {
     log("getFrame");
@@ -118,8 +104,7 @@ IFrame* Camera::getFrame()
 void Camera::releaseFrame(IFrame* frame)
 {
     log("releaseFrame");
-    auto it = std::find_if(handedOut.begin(), handedOut.end(),
-                           [&](const std::unique_ptr<Frame>& f) { return f.get() == frame; });
+    const auto it = std::find_if(handedOut.begin(), handedOut.end(), [&](const auto& f) { return f.get() == frame; });
     if (it == handedOut.end())
         ++foreignReleases;
     else
@@ -141,7 +126,6 @@ class DeviceList : public IDeviceList
 {
 public:
     explicit DeviceList(const std::vector<DeviceSpec>& specs) : m_devices(specs.begin(), specs.end()) {}
-    ~DeviceList() override { log("~DeviceList"); }
     int getDeviceCount() const override { return int(m_devices.size()); }
     const IDevice* getDevice(int index) const override { return at(m_devices, index); }
 
@@ -161,7 +145,6 @@ public:
     }
     void start(IClient* client) override
     {
-        log("monitor.start");
         ++Layer::instance().monitorsStarted;
         m_client = client;
         Layer::instance().client = client;
@@ -195,11 +178,7 @@ public:
         log("createCamera(" + (fake ? fake->spec.name : std::string("?")) + ")");
         return !fake || fake->spec.failOpen ? nullptr : new Camera(fake->spec);
     }
-    IContinuousCameraMonitor* createContinuousCameraMonitor() override
-    {
-        log("createContinuousCameraMonitor");
-        return new Monitor;
-    }
+    IContinuousCameraMonitor* createContinuousCameraMonitor() override { return new Monitor; }
 };
 
 } // namespace
@@ -221,10 +200,9 @@ void Layer::reset()
 bool Layer::emitEvent(int type)
 {
     IContinuousCameraMonitor::IClient* target = client;
-    if (!target)
-        return false;
-    target->onCameraEvent(new Event(type));
-    return true;
+    if (target)
+        target->onCameraEvent(new Event(type));
+    return target;
 }
 
 } // namespace Fake

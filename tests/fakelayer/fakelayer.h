@@ -113,18 +113,12 @@ public:
     bool isInactive() const override { return flag("isInactive", inactive); }
     void refresh() override;
 
-    std::string name;
-    std::string description;
+    std::string name, description;
     int type;
     Family family;
-    bool disabled = false;
-    bool grabbed = false;
-    bool readOnly = false;
-    bool inactive = false;
-    bool nullName = false;
+    bool disabled = false, grabbed = false, readOnly = false, inactive = false, nullName = false;
     // Writes throw AssertFailureException while set.
-    bool refuseWrites = false;
-    bool throwOnRefresh = false;
+    bool refuseWrites = false, throwOnRefresh = false;
     int refreshCount = 0;
     // Logs the four state flag queries too, to check the order they are asked in.
     bool logFlagQueries = false;
@@ -157,11 +151,7 @@ public:
         logCall("getValue");
         return value;
     }
-    void setValue(T v) override
-    {
-        checkWrite("setValue(" + std::to_string(v) + ")");
-        value = v;
-    }
+    void setValue(T v) override { checkWrite("setValue(" + std::to_string(v) + ")"); value = v; }
     T minimum, maximum, step, value;
 };
 
@@ -173,11 +163,7 @@ public:
     {
     }
     bool getValue() const override { return value; }
-    void setValue(bool v) override
-    {
-        checkWrite(std::string("setValue(") + (v ? "true" : "false") + ")");
-        value = v;
-    }
+    void setValue(bool v) override { checkWrite(std::string("setValue(") + (v ? "true" : "false") + ")"); value = v; }
     bool value;
 };
 
@@ -198,11 +184,7 @@ public:
     }
     int getLength() const override { return int(value.size()); }
     void getValue(char* buffer, int size) const override;
-    void setValue(const char* v) override
-    {
-        checkWrite(std::string("setValue(") + v + ")");
-        value = v;
-    }
+    void setValue(const char* v) override { checkWrite(std::string("setValue(") + v + ")"); value = v; }
     int getMinLength() const override { return minLength; }
     int getMaxLength() const override { return maxLength; }
     std::string value;
@@ -220,11 +202,7 @@ public:
     }
     int getEntryCount() const override { return int(entries.size()); }
     int getIndex() const override { return index; }
-    void setIndex(int i) override
-    {
-        checkWrite("setIndex(" + std::to_string(i) + ")");
-        index = i;
-    }
+    void setIndex(int i) override { checkWrite("setIndex(" + std::to_string(i) + ")"); index = i; }
     std::vector<E> entries;
     int index;
 };
@@ -313,20 +291,12 @@ public:
     void reset() override { log("reset"); }
     bool setFormat(int formatIndex, int resolutionIndex, int intervalIndex) override;
 
-    int allocateBuffers(int count) override
-    {
-        log("allocateBuffers(" + std::to_string(count) + ")");
-        return allocateResult;
-    }
-    int startStreaming() override;
+    int allocateBuffers(int n) override { return logged("allocateBuffers(" + std::to_string(n) + ")", allocateResult); }
+    int startStreaming() override { streaming = streaming || !startResult; return logged("startStreaming", startResult); }
     IFrame* getFrame() override;
     void releaseFrame(IFrame* frame) override;
-    int stopStreaming() override;
-    int releaseBuffers() override
-    {
-        log("releaseBuffers");
-        return releaseResult;
-    }
+    int stopStreaming() override { streaming = streaming && stopResult; return logged("stopStreaming", stopResult); }
+    int releaseBuffers() override { return logged("releaseBuffers", releaseResult); }
 
     Device device;
     std::vector<PixelFormat> formats;
@@ -341,6 +311,9 @@ public:
     std::vector<std::unique_ptr<Frame>> handedOut;
     // Frames given back that this camera never handed out.
     int foreignReleases = 0;
+
+private:
+    static int logged(const std::string& call, int result) { log(call); return result; }
 };
 
 class Layer

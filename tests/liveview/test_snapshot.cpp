@@ -119,18 +119,6 @@ private slots:
         QCOMPARE(QImage(path).size(), QSize(64, 48));
     }
 
-    void requestMadeWhileIdleWaitsForTheNextStream()
-    {
-        Probe::Session s(Probe::camera("RGB3", 16, 8));
-        Probe::ModalHandler<QFileDialog> handler([](QFileDialog* dialog) { dialog->reject(); });
-        Probe::trigger(*s.window, "actionSnapshot");
-        Probe::trigger(*s.window, "actionStart");
-        QVERIFY(!s.window->findChild<QAction*>("actionSnapshot")->isEnabled());
-        Probe::trigger(*s.window, "actionStart");
-        Probe::refreshTimer(*s.window)->stop();
-        s.show(frame(16, 8));
-        QCOMPARE(handler.handled, 1);
-    }
 };
 
 QTEST_MAIN(TestSnapshot)

@@ -86,38 +86,27 @@ private slots:
         QCOMPARE(Fake::calls(), std::vector<std::string>({"stopStreaming", "releaseBuffers"}));
     }
 
-    void failurePaths_data()
-    {
-        QTest::addColumn<QString>("failing");
-        QTest::addColumn<QString>("after");
-        QTest::newRow("allocateBuffers") << "allocate" << kIdle;
-        QTest::newRow("startStreaming") << "start" << kIdle;
-        // A failed stop leaves the streaming layout with the pump stopped.
-        QTest::newRow("stopStreaming") << "stop" << "stop, combos off, snapshot on, timer off";
-        QTest::newRow("releaseBuffers") << "release" << "stop, combos off, snapshot on, timer off";
-    }
-
     void failurePaths()
     {
-        QFETCH(QString, failing);
-        QFETCH(QString, after);
-        Fake::Camera& camera = openWindow();
-        const bool stopping = failing == "stop" || failing == "release";
-        if (stopping)
+        // A failed stop leaves the streaming layout with the pump stopped.
+        const QString stopFailed = "stop, combos off, snapshot on, timer off";
+        for (const auto& row : std::vector<std::pair<int Fake::Camera::*, QString>>{
+                 {&Fake::Camera::allocateResult, kIdle}, {&Fake::Camera::startResult, kIdle},
+                 {&Fake::Camera::stopResult, stopFailed}, {&Fake::Camera::releaseResult, stopFailed}}) {
+            Fake::Camera& camera = openWindow();
+            const bool stopping = row.second == stopFailed;
+            if (stopping)
+                clickStart();
+            camera.*row.first = -16;
             clickStart();
-        int& result = failing == "allocate" ? camera.allocateResult
-                      : failing == "start"  ? camera.startResult
-                      : failing == "stop"   ? camera.stopResult
-                                            : camera.releaseResult;
-        result = -16;
-        clickStart();
-        QCOMPARE(layout(*m_window), after);
-        // The next click retries the same step.
-        result = 0;
-        Fake::clearCalls();
-        clickStart();
-        QVERIFY(Fake::called(stopping ? "stopStreaming" : "allocateBuffers(2)"));
-        QCOMPARE(layout(*m_window), stopping ? kIdle : kStreaming);
+            QCOMPARE(layout(*m_window), row.second);
+            // The next click retries the same step.
+            camera.*row.first = 0;
+            Fake::clearCalls();
+            clickStart();
+            QVERIFY(Fake::called(stopping ? "stopStreaming" : "allocateBuffers(2)"));
+            QCOMPARE(layout(*m_window), stopping ? kIdle : kStreaming);
+        }
     }
 
     void startAndResetWithoutCameraDoNothing()
@@ -169,7 +158,7 @@ private slots:
         QVERIFY(!Fake::called("startStreaming"));
     }
 
-    void otherEventKindsAreOnlyDeleted()
+    void everyEventIsFreed()
     {
         auto& layer = Fake::Layer::instance();
         openWindow();
@@ -180,16 +169,11 @@ private slots:
         QCOMPARE(layer.eventsDeleted.load(), 3);
         QVERIFY(Fake::calls().empty());
         QCOMPARE(layout(*m_window), kStreaming);
-    }
-
-    void eventsStillQueuedWhenTheWindowGoesAreFreed()
-    {
-        auto& layer = Fake::Layer::instance();
-        openWindow();
+        // Still queued when the window goes.
         std::thread monitorThread([&] { layer.emitEvent(ICameraEvent::CameraAdded); });
         monitorThread.join();
         m_window.reset();
-        QCOMPARE(layer.eventsDeleted.load(), 1);
+        QCOMPARE(layer.eventsDeleted.load(), 4);
     }
 
     void lastDeviceUnpluggedKeepsTheOldCamera()
