@@ -292,10 +292,10 @@ public:
     bool setFormat(int formatIndex, int resolutionIndex, int intervalIndex) override;
 
     int allocateBuffers(int n) override { return logged("allocateBuffers(" + std::to_string(n) + ")", allocateResult); }
-    int startStreaming() override { streaming = streaming || !startResult; return logged("startStreaming", startResult); }
+    int startStreaming() override { streaming |= !startResult; return logged("startStreaming", startResult); }
     IFrame* getFrame() override;
     void releaseFrame(IFrame* frame) override;
-    int stopStreaming() override { streaming = streaming && stopResult; return logged("stopStreaming", stopResult); }
+    int stopStreaming() override { streaming &= stopResult != 0; return logged("stopStreaming", stopResult); }
     int releaseBuffers() override { return logged("releaseBuffers", releaseResult); }
 
     Device device;

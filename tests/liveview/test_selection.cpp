@@ -14,6 +14,9 @@ DeviceSpec device(const std::string& name, std::vector<PixelFormat> formats = {P
     return spec;
 }
 
+// Two resolutions, the first with two intervals.
+const std::vector<Resolution> two{Resolution(640, 480, {{1, 30}, {1, 15}}), Resolution(320, 240)};
+
 size_t position(const std::string& call)
 {
     const auto calls = Fake::calls();
@@ -92,7 +95,8 @@ private slots:
 
     void cascadeTextsToolTipsAndEmptyLists()
     {
-        PixelFormat mjpg("MJPG", {Resolution(1280, 720, {{1, 30}, {1, 15}, {2, 15}, {1, 5}}), Resolution(320, 240, {{1, 60}})});
+        PixelFormat mjpg("MJPG",
+                         {Resolution(1280, 720, {{1, 30}, {1, 15}, {2, 15}, {1, 5}}), Resolution(320, 240, {{1, 60}})});
         mjpg.compressed = true;
         PixelFormat both("XXXX", {Resolution(160, 120, {})});
         both.compressed = both.emulated = true;
@@ -134,8 +138,7 @@ private slots:
 
     void refusals()
     {
-        Fake::Layer::instance().devices = {
-            device("cam", {PixelFormat("YUYV"), PixelFormat("RGB3", {Resolution(640, 480, {{1, 30}, {1, 15}}), Resolution(320, 240)})})};
+        Fake::Layer::instance().devices = {device("cam", {PixelFormat("YUYV"), PixelFormat("RGB3", two)})};
         MainWindow window;
         auto combos = Probe::combos(window);
         Fake::Layer::instance().camera()->refuseSetFormat = true;
@@ -152,7 +155,6 @@ private slots:
     void choosingADeviceReopensAndRefills()
     {
         auto& layer = Fake::Layer::instance();
-        const std::vector<Resolution> two{Resolution(640, 480, {{1, 30}, {1, 15}}), Resolution(320, 240)};
         layer.devices = {device("first"), device("second", {PixelFormat("YUYV", two), PixelFormat("RGB3", two)})};
         MainWindow window;
         window.findChild<Console*>("console")->putData("old camera's chatter");

@@ -159,7 +159,8 @@ private slots:
         QTRY_COMPARE(m_line->received(), QByteArray("\r"));
         auto* port = window.findChild<QSerialPort*>();
         QVERIFY(port && port->isOpen());
-        QCOMPARE(QList<int>({port->baudRate(), port->dataBits(), port->parity(), port->stopBits(), port->flowControl()}),
+        QCOMPARE(QList<int>({port->baudRate(), port->dataBits(), port->parity(), port->stopBits(),
+                             port->flowControl()}),
                  QList<int>({115200, QSerialPort::Data8, QSerialPort::NoParity, QSerialPort::OneStop,
                              QSerialPort::NoFlowControl}));
         m_line->send("Kelvane camera ready\r\n");

@@ -52,8 +52,8 @@ private slots:
             Probe::trigger(*s.window, "actionSnapshot");
             s.show(frame(320, 240));
             QCOMPARE(handler.handled, 1);
-            QVERIFY2(QRegularExpression("Snapshot from \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.png$").match(proposed).hasMatch(),
-                     qPrintable(proposed));
+            const QRegularExpression stamped("Snapshot from \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.png$");
+            QVERIFY2(stamped.match(proposed).hasMatch(), qPrintable(proposed));
             QCOMPARE(filters, QStringList{"Image Files (*.png *.jpg *.bmp)"});
             QImageReader reader(path);
             QCOMPARE(reader.format(), suffix == "png" ? QByteArray("png") : QByteArray("jpeg"));
@@ -61,7 +61,8 @@ private slots:
             QCOMPARE(saved.size(), QSize(320, 240));
             // BGR3 bytes 200, 100, 0 are blue, green, red: the file has them corrected.
             const QColor first = saved.pixelColor(4, 4);
-            QVERIFY2(first.red() < 20 && qAbs(first.green() - 100) < 20 && first.blue() > 180, qPrintable(first.name()));
+            QVERIFY2(first.red() < 20 && qAbs(first.green() - 100) < 20 && first.blue() > 180,
+                     qPrintable(first.name()));
         }
     }
 

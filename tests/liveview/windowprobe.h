@@ -107,28 +107,25 @@ public:
 // Handles each modal widget of type T that opens (a message box, a file
 // dialog) with handler, from inside its own event loop.
 template <typename T>
-class ModalHandler : public QObject
+class ModalHandler : public QTimer
 {
 public:
-    explicit ModalHandler(std::function<void(T*)> handler) : m_handler(std::move(handler))
+    explicit ModalHandler(std::function<void(T*)> handler)
     {
-        m_timer.setInterval(10);
-        QObject::connect(&m_timer, &QTimer::timeout, this, [this] {
+        connect(this, &QTimer::timeout, [this, handler] {
             auto* modal = qobject_cast<T*>(QApplication::activeModalWidget());
             if (modal && modal != m_last) {
                 m_last = modal;
                 ++handled;
-                m_handler(modal);
+                handler(modal);
             }
         });
-        m_timer.start();
+        start(10);
     }
 
     int handled = 0;
 
 private:
-    std::function<void(T*)> m_handler;
-    QTimer m_timer;
     QPointer<QWidget> m_last;
 };
 
