@@ -40,8 +40,6 @@ int count(const std::string& prefix)
                              [&](const std::string& c) { return c.compare(0, prefix.size(), prefix) == 0; }));
 }
 
-// --- controls ---------------------------------------------------------------
-
 void Control::refresh()
 {
     logCall("refresh");
@@ -66,12 +64,8 @@ void String::getValue(char* buffer, int size) const
     buffer[n] = '\0';
 }
 
-// --- cameras ----------------------------------------------------------------
-
-Camera::Camera(const DeviceSpec& spec) : device(spec), currentFormat(spec.currentFormat)
+Camera::Camera(const DeviceSpec& spec) : device(spec), formats(spec.formats), currentFormat(spec.currentFormat)
 {
-    for (const auto& format : spec.formats)
-        formats.push_back(std::make_unique<PixelFormat>(format));
     if (spec.controls)
         controls = spec.controls();
     Layer::instance().liveCameras.push_back(this);
@@ -96,27 +90,12 @@ bool Camera::setFormat(int formatIndex, int resolutionIndex, int intervalIndex)
     return true;
 }
 
-int Camera::startStreaming()
-{
-    log("startStreaming");
-    streaming = streaming || startResult == 0;
-    return startResult;
-}
-
-int Camera::stopStreaming()
-{
-    log("stopStreaming");
-    streaming = streaming && stopResult != 0;
-    return stopResult;
-}
-
 IFrame* Camera::getFrame()
 {
     log("getFrame");
-    if (queued.empty()) {
-        handedOut.push_back(std::make_unique<Frame>());
-    } else {
-        handedOut.push_back(std::move(queued.front()));
+    handedOut.push_back(std::make_unique<Frame>());
+    if (!queued.empty()) {
+        *handedOut.back() = std::move(queued.front());
         queued.pop_front();
     }
     return handedOut.back().get();
@@ -125,15 +104,12 @@ IFrame* Camera::getFrame()
 void Camera::releaseFrame(IFrame* frame)
 {
     log("releaseFrame");
-    auto it = std::find_if(handedOut.begin(), handedOut.end(),
-                           [&](const std::unique_ptr<Frame>& f) { return f.get() == frame; });
+    const auto it = std::find_if(handedOut.begin(), handedOut.end(), [&](const auto& f) { return f.get() == frame; });
     if (it == handedOut.end())
         ++foreignReleases;
     else
         handedOut.erase(it);
 }
-
-// --- factory, device list, monitor ------------------------------------------
 
 namespace {
 
@@ -149,17 +125,12 @@ public:
 class DeviceList : public IDeviceList
 {
 public:
-    explicit DeviceList(const std::vector<DeviceSpec>& specs)
-    {
-        for (const auto& spec : specs)
-            m_devices.push_back(std::make_unique<Device>(spec));
-    }
-    ~DeviceList() override { log("~DeviceList"); }
+    explicit DeviceList(const std::vector<DeviceSpec>& specs) : m_devices(specs.begin(), specs.end()) {}
     int getDeviceCount() const override { return int(m_devices.size()); }
     const IDevice* getDevice(int index) const override { return at(m_devices, index); }
 
 private:
-    std::vector<std::unique_ptr<Device>> m_devices;
+    std::vector<Device> m_devices;
 };
 
 class Monitor : public IContinuousCameraMonitor
@@ -174,7 +145,6 @@ public:
     }
     void start(IClient* client) override
     {
-        log("monitor.start");
         ++Layer::instance().monitorsStarted;
         m_client = client;
         Layer::instance().client = client;
@@ -208,11 +178,7 @@ public:
         log("createCamera(" + (fake ? fake->spec.name : std::string("?")) + ")");
         return !fake || fake->spec.failOpen ? nullptr : new Camera(fake->spec);
     }
-    IContinuousCameraMonitor* createContinuousCameraMonitor() override
-    {
-        log("createContinuousCameraMonitor");
-        return new Monitor;
-    }
+    IContinuousCameraMonitor* createContinuousCameraMonitor() override { return new Monitor; }
 };
 
 } // namespace
@@ -234,10 +200,9 @@ void Layer::reset()
 bool Layer::emitEvent(int type)
 {
     IContinuousCameraMonitor::IClient* target = client;
-    if (!target)
-        return false;
-    target->onCameraEvent(new Event(type));
-    return true;
+    if (target)
+        target->onCameraEvent(new Event(type));
+    return target;
 }
 
 } // namespace Fake

@@ -17,8 +17,6 @@ namespace Fake {
 
 using namespace ImageAcquisition;
 
-// --- call log ---------------------------------------------------------------
-
 void log(const std::string& call);
 std::vector<std::string> calls();
 void clearCalls();
@@ -26,109 +24,75 @@ void clearCalls();
 int count(const std::string& prefix);
 inline bool called(const std::string& prefix) { return count(prefix) > 0; }
 
-// An element of an owning list, null for an index outside it.
+// An element of a list of values or owning pointers, null for an index outside it.
 template <typename T>
-T* at(const std::vector<std::unique_ptr<T>>& items, int index)
+T* ptr(T& item) { return &item; }
+template <typename T>
+T* ptr(std::unique_ptr<T>& item) { return item.get(); }
+template <typename List>
+auto at(List& items, int index) -> decltype(ptr(items[0]))
 {
-    return index < 0 || index >= int(items.size()) ? nullptr : items[size_t(index)].get();
+    return index < 0 || index >= int(items.size()) ? nullptr : ptr(items[size_t(index)]);
 }
 
-// --- formats ----------------------------------------------------------------
-
-struct IntervalSpec
+// Formats are plain values: the camera opened from a device copies them.
+struct Interval : IFrameInterval
 {
-    int numerator = 1;
-    int denominator = 30;
+    Interval(int numerator = 1, int denominator = 30) : numerator(numerator), denominator(denominator) {}
+    int getNumerator() const override { return numerator; }
+    int getDenominator() const override { return denominator; }
+    int numerator, denominator;
 };
 
-struct ResolutionSpec
+struct Resolution : IResolution
 {
-    unsigned width = 640;
-    unsigned height = 480;
-    int bytesPerLine = 640 * 3;
-    std::vector<IntervalSpec> intervals{{1, 30}};
-};
-
-struct FormatSpec
-{
-    std::string fourcc = "RGB3";
-    std::string description = "RGB3";
-    bool compressed = false;
-    bool emulated = false;
-    std::vector<ResolutionSpec> resolutions{ResolutionSpec{}};
-};
-
-class Interval : public IFrameInterval
-{
-public:
-    explicit Interval(IntervalSpec spec) : spec(spec) {}
-    int getNumerator() const override { return spec.numerator; }
-    int getDenominator() const override { return spec.denominator; }
-    IntervalSpec spec;
-};
-
-class Resolution : public IResolution
-{
-public:
-    explicit Resolution(const ResolutionSpec& spec) : spec(spec)
+    Resolution(unsigned width = 640, unsigned height = 480, std::vector<Interval> intervals = {Interval()})
+        : width(width), height(height), bytesPerLine(int(width * 3)), intervals(std::move(intervals))
     {
-        for (const auto& interval : spec.intervals)
-            intervals.push_back(std::make_unique<Interval>(interval));
     }
-    unsigned int getWidth() const override { return spec.width; }
-    unsigned int getHeight() const override { return spec.height; }
-    int getBytesPerLine() const override { return spec.bytesPerLine; }
+    unsigned int getWidth() const override { return width; }
+    unsigned int getHeight() const override { return height; }
+    int getBytesPerLine() const override { return bytesPerLine; }
     int getFrameIntervalCount() const override { return int(intervals.size()); }
     IFrameInterval* getFrameInterval(int index) override { return at(intervals, index); }
-    ResolutionSpec spec;
-    std::vector<std::unique_ptr<Interval>> intervals;
+    unsigned width, height;
+    int bytesPerLine;
+    std::vector<Interval> intervals;
 };
 
-class PixelFormat : public IPixelFormat
+struct PixelFormat : IPixelFormat
 {
-public:
-    explicit PixelFormat(const FormatSpec& spec) : spec(spec)
+    PixelFormat(const std::string& fourcc = "RGB3", std::vector<Resolution> resolutions = {Resolution()})
+        : fourcc(fourcc), description(fourcc), resolutions(std::move(resolutions))
     {
-        for (const auto& resolution : spec.resolutions)
-            resolutions.push_back(std::make_unique<Resolution>(resolution));
     }
-    bool isCompressed() const override { return spec.compressed; }
-    bool isEmulated() const override { return spec.emulated; }
-    const char* getFourCC() const override { return spec.fourcc.c_str(); }
-    const char* getDescription() const override { return spec.description.c_str(); }
+    bool isCompressed() const override { return compressed; }
+    bool isEmulated() const override { return emulated; }
+    const char* getFourCC() const override { return fourcc.c_str(); }
+    const char* getDescription() const override { return description.c_str(); }
     int getResolutionCount() const override { return int(resolutions.size()); }
-    IResolution* getResolution(int index) override
-    {
-        log("getResolution(" + std::to_string(index) + ")");
-        return at(resolutions, index);
-    }
-    FormatSpec spec;
-    std::vector<std::unique_ptr<Resolution>> resolutions;
+    IResolution* getResolution(int index) override { return at(resolutions, index); }
+    std::string fourcc, description;
+    bool compressed = false, emulated = false;
+    std::vector<Resolution> resolutions;
 };
 
-// --- frames -----------------------------------------------------------------
-
-class Frame : public IFrame
+// Empty when it holds no bytes.
+struct Frame : IFrame
 {
-public:
-    Frame() = default;
-    Frame(std::vector<unsigned char> data, unsigned long long number, TimeStamp stamp)
-        : data(std::move(data)), number(number), stamp(stamp), empty(false)
+    explicit Frame(std::vector<unsigned char> data = {}, unsigned long long number = 1, TimeStamp stamp = {0, 0})
+        : data(std::move(data)), number(number), stamp(stamp)
     {
     }
     int getSize() const override { return int(data.size()); }
     const unsigned char* getData() const override { return data.data(); }
     unsigned long long getFrameNumber() const override { return number; }
     TimeStamp getTimeStamp() const override { return stamp; }
-    bool isEmpty() const override { return empty; }
-
+    bool isEmpty() const override { return data.empty(); }
     std::vector<unsigned char> data;
-    unsigned long long number = 0;
-    TimeStamp stamp{0, 0};
-    bool empty = true;
+    unsigned long long number;
+    TimeStamp stamp;
 };
-
-// --- controls ---------------------------------------------------------------
 
 // The base operations of every fake control kind. Calls are logged as
 // "<name>.<operation>".
@@ -149,18 +113,12 @@ public:
     bool isInactive() const override { return flag("isInactive", inactive); }
     void refresh() override;
 
-    std::string name;
-    std::string description;
+    std::string name, description;
     int type;
     Family family;
-    bool disabled = false;
-    bool grabbed = false;
-    bool readOnly = false;
-    bool inactive = false;
-    bool nullName = false;
+    bool disabled = false, grabbed = false, readOnly = false, inactive = false, nullName = false;
     // Writes throw AssertFailureException while set.
-    bool refuseWrites = false;
-    bool throwOnRefresh = false;
+    bool refuseWrites = false, throwOnRefresh = false;
     int refreshCount = 0;
     // Logs the four state flag queries too, to check the order they are asked in.
     bool logFlagQueries = false;
@@ -193,11 +151,7 @@ public:
         logCall("getValue");
         return value;
     }
-    void setValue(T v) override
-    {
-        checkWrite("setValue(" + std::to_string(v) + ")");
-        value = v;
-    }
+    void setValue(T v) override { checkWrite("setValue(" + std::to_string(v) + ")"); value = v; }
     T minimum, maximum, step, value;
 };
 
@@ -209,11 +163,7 @@ public:
     {
     }
     bool getValue() const override { return value; }
-    void setValue(bool v) override
-    {
-        checkWrite(std::string("setValue(") + (v ? "true" : "false") + ")");
-        value = v;
-    }
+    void setValue(bool v) override { checkWrite(std::string("setValue(") + (v ? "true" : "false") + ")"); value = v; }
     bool value;
 };
 
@@ -234,11 +184,7 @@ public:
     }
     int getLength() const override { return int(value.size()); }
     void getValue(char* buffer, int size) const override;
-    void setValue(const char* v) override
-    {
-        checkWrite(std::string("setValue(") + v + ")");
-        value = v;
-    }
+    void setValue(const char* v) override { checkWrite(std::string("setValue(") + v + ")"); value = v; }
     int getMinLength() const override { return minLength; }
     int getMaxLength() const override { return maxLength; }
     std::string value;
@@ -256,11 +202,7 @@ public:
     }
     int getEntryCount() const override { return int(entries.size()); }
     int getIndex() const override { return index; }
-    void setIndex(int i) override
-    {
-        checkWrite("setIndex(" + std::to_string(i) + ")");
-        index = i;
-    }
+    void setIndex(int i) override { checkWrite("setIndex(" + std::to_string(i) + ")"); index = i; }
     std::vector<E> entries;
     int index;
 };
@@ -278,8 +220,6 @@ public:
     using Menu::Menu;
     long long getEntry(int i) const override { return entries.at(size_t(i)); }
 };
-
-// --- devices and cameras ----------------------------------------------------
 
 struct DeviceSpec
 {
@@ -301,7 +241,7 @@ struct DeviceSpec
 
     // What the camera opened from this device offers.
     bool failOpen = false;
-    std::vector<FormatSpec> formats{FormatSpec{}};
+    std::vector<PixelFormat> formats{PixelFormat()};
     int currentFormat = 0;
     // Builds the controls of each camera opened from this device.
     std::function<std::vector<std::unique_ptr<ICameraControl>>()> controls;
@@ -351,43 +291,30 @@ public:
     void reset() override { log("reset"); }
     bool setFormat(int formatIndex, int resolutionIndex, int intervalIndex) override;
 
-    int allocateBuffers(int count) override
-    {
-        log("allocateBuffers(" + std::to_string(count) + ")");
-        return allocateResult;
-    }
-    int startStreaming() override;
+    int allocateBuffers(int n) override { return logged("allocateBuffers(" + std::to_string(n) + ")", allocateResult); }
+    int startStreaming() override { streaming |= !startResult; return logged("startStreaming", startResult); }
     IFrame* getFrame() override;
     void releaseFrame(IFrame* frame) override;
-    int stopStreaming() override;
-    int releaseBuffers() override
-    {
-        log("releaseBuffers");
-        return releaseResult;
-    }
-
-    // Queues a frame for a later getFrame.
-    void pushFrame(Frame frame) { queued.push_back(std::make_unique<Frame>(std::move(frame))); }
+    int stopStreaming() override { streaming &= stopResult != 0; return logged("stopStreaming", stopResult); }
+    int releaseBuffers() override { return logged("releaseBuffers", releaseResult); }
 
     Device device;
-    std::vector<std::unique_ptr<PixelFormat>> formats;
+    std::vector<PixelFormat> formats;
     std::vector<std::unique_ptr<ICameraControl>> controls;
-    int currentFormat = 0;
-    int currentResolution = 0;
-    int currentInterval = 0;
+    int currentFormat, currentResolution = 0, currentInterval = 0;
     bool refuseSetFormat = false;
-    int allocateResult = 0;
-    int startResult = 0;
-    int stopResult = 0;
-    int releaseResult = 0;
+    // What the four streaming steps return.
+    int allocateResult = 0, startResult = 0, stopResult = 0, releaseResult = 0;
     bool streaming = false;
-    std::deque<std::unique_ptr<Frame>> queued;
+    // Handed out by getFrame in turn; an empty frame once none is left.
+    std::deque<Frame> queued;
     std::vector<std::unique_ptr<Frame>> handedOut;
     // Frames given back that this camera never handed out.
     int foreignReleases = 0;
-};
 
-// --- the layer as a whole ---------------------------------------------------
+private:
+    static int logged(const std::string& call, int result) { log(call); return result; }
+};
 
 class Layer
 {
@@ -406,9 +333,7 @@ public:
     // Returns false when no monitor is started.
     bool emitEvent(int type);
 
-    int monitorsCreated = 0;
-    int monitorsStarted = 0;
-    int monitorsDeleted = 0;
+    int monitorsCreated = 0, monitorsStarted = 0, monitorsDeleted = 0;
     std::atomic<int> eventsDeleted{0};
     std::atomic<IContinuousCameraMonitor::IClient*> client{nullptr};
 };

@@ -24,44 +24,34 @@ const char* const kLine = "/dev/ttyACM0";
 class FakeSerialLine
 {
 public:
-    FakeSerialLine()
+    ~FakeSerialLine()
+    {
+        if (linked)
+            ::unlink(kLine);
+        closeMaster();
+    }
+    // Links target, or the pseudo-terminal when empty: empty when the line is
+    // there, otherwise why it could not be.
+    QByteArray link(QByteArray target)
     {
         master = posix_openpt(O_RDWR | O_NOCTTY);
         if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
-            return;
-        slavePath = ptsname(master);
-    }
-    ~FakeSerialLine()
-    {
-        unlink();
-        closeMaster();
-    }
-    // Empty when the line is linked, otherwise why it could not be.
-    QByteArray link(const QByteArray& target = QByteArray())
-    {
-        const QByteArray to = target.isEmpty() ? slavePath : target;
-        if (::symlink(to.constData(), kLine) == 0) {
-            linked = true;
-            return QByteArray();
-        }
-        const int error = errno;
+            return "no pseudo-terminal available";
+        if (target.isEmpty())
+            target = ptsname(master);
+        const QFileInfo existing(kLine);
         // A link left behind by a process killed before it could remove it
         // points nowhere; nothing can be using it, so it may be replaced.
-        const QFileInfo existing(kLine);
-        if (error == EEXIST && existing.isSymLink() && !existing.exists() && ::unlink(kLine) == 0
-            && ::symlink(to.constData(), kLine) == 0) {
-            linked = true;
+        if (existing.isSymLink() && !existing.exists())
+            ::unlink(kLine);
+        linked = ::symlink(target.constData(), kLine) == 0;
+        const int error = errno;
+        if (linked)
             return QByteArray();
-        }
         QByteArray why = QByteArray("cannot link ").append(kLine).append(": ").append(std::strerror(error));
         if (existing.isSymLink())
             why += " (it points to " + existing.symLinkTarget().toLocal8Bit() + ")";
         return why;
-    }
-    void unlink()
-    {
-        if (std::exchange(linked, false))
-            ::unlink(kLine);
     }
     void closeMaster()
     {
@@ -69,46 +59,20 @@ public:
             ::close(std::exchange(master, -1));
     }
     void send(const QByteArray& bytes) { QVERIFY(::write(master, bytes.constData(), size_t(bytes.size())) == bytes.size()); }
-    // What the application wrote to the camera, waiting up to timeoutMs for it.
-    QByteArray received(int timeoutMs = 2000)
+    // Everything the application has written to the camera so far; QTRY_COMPARE
+    // lets its event loop run until the bytes are there.
+    QByteArray received()
     {
-        QByteArray all;
-        QElapsedTimer clock;
-        clock.start();
-        while (clock.elapsed() < timeoutMs) {
-            QCoreApplication::processEvents();
-            pollfd p{master, POLLIN, 0};
-            if (::poll(&p, 1, 20) == 1 && (p.revents & POLLIN)) {
-                char buffer[256];
-                const ssize_t n = ::read(master, buffer, sizeof buffer);
-                if (n > 0) {
-                    all.append(buffer, int(n));
-                    continue;
-                }
-            }
-            if (!all.isEmpty())
-                break;
-        }
-        return all;
+        char buffer[256];
+        pollfd p{master, POLLIN, 0};
+        const ssize_t n = ::poll(&p, 1, 0) == 1 && (p.revents & POLLIN) ? ::read(master, buffer, sizeof buffer) : 0;
+        return all.append(buffer, int(std::max<ssize_t>(n, 0)));
     }
 
     int master = -1;
-    QByteArray slavePath;
     bool linked = false;
+    QByteArray all;
 };
-
-Fake::DeviceSpec device(bool kelvane)
-{
-    Fake::DeviceSpec spec;
-    spec.name = kelvane ? "Kelvane camera" : "webcam";
-    spec.kelvane = kelvane;
-    return spec;
-}
-
-QString consoleText(MainWindow& window)
-{
-    return window.findChild<Console*>("console")->toPlainText();
-}
 
 void openSerialPort(MainWindow& window)
 {
@@ -133,15 +97,31 @@ private:
     QTemporaryDir m_workDir;
     QString m_previousDir;
     std::unique_ptr<FakeSerialLine> m_line;
+    std::unique_ptr<MainWindow> m_window;
+    QString m_title, m_text;
 
     // Every test needs the line at the camera's path: empty when it is
     // there, otherwise the reason the test has to be skipped.
     QByteArray linkLine(const QByteArray& target = QByteArray())
     {
         m_line = std::make_unique<FakeSerialLine>();
-        if (m_line->master < 0)
-            return "no pseudo-terminal available";
         return m_line->link(target);
+    }
+    MainWindow& openWindow(bool kelvane = false)
+    {
+        Fake::Layer::instance().devices = {Probe::camera()};
+        Fake::Layer::instance().devices[0].kelvane = kelvane;
+        m_window = std::make_unique<MainWindow>();
+        return *m_window;
+    }
+    // Answers every message box, noting the last one's title and text.
+    std::unique_ptr<Probe::ModalHandler<QMessageBox>> answerBoxes()
+    {
+        return std::make_unique<Probe::ModalHandler<QMessageBox>>([this](QMessageBox* box) {
+            m_title = box->windowTitle();
+            m_text = box->text();
+            box->accept();
+        });
     }
 
 private slots:
@@ -163,51 +143,43 @@ private slots:
     }
 
     void init() { Fake::Layer::instance().reset(); }
-    void cleanup() { m_line.reset(); }
+    void cleanup()
+    {
+        m_window.reset();
+        m_line.reset();
+    }
 
     void makersCameraLinksHalfASecondLater()
     {
         LINK_LINE_OR_SKIP();
-        Fake::Layer::instance().devices = {device(true)};
-        MainWindow window;
-        QCOMPARE(consoleText(window), QString());
-        QTRY_COMPARE_WITH_TIMEOUT(consoleText(window), QString("fuser /dev/ttyACM0: ()\n"), 3000);
-
+        MainWindow& window = openWindow(true);
+        QCOMPARE(Probe::consoleText(window), QString());
+        QTRY_COMPARE_WITH_TIMEOUT(Probe::consoleText(window), QString("fuser /dev/ttyACM0: ()\n"), 3000);
         // One carriage return on opening, nothing else.
-        QCOMPARE(m_line->received(), QByteArray("\r"));
+        QTRY_COMPARE(m_line->received(), QByteArray("\r"));
         auto* port = window.findChild<QSerialPort*>();
         QVERIFY(port && port->isOpen());
-        QCOMPARE(port->baudRate(), 115200);
-        QCOMPARE(port->dataBits(), QSerialPort::Data8);
-        QCOMPARE(port->parity(), QSerialPort::NoParity);
-        QCOMPARE(port->stopBits(), QSerialPort::OneStop);
-        QCOMPARE(port->flowControl(), QSerialPort::NoFlowControl);
-
+        QCOMPARE(QList<int>({port->baudRate(), port->dataBits(), port->parity(), port->stopBits(),
+                             port->flowControl()}),
+                 QList<int>({115200, QSerialPort::Data8, QSerialPort::NoParity, QSerialPort::OneStop,
+                             QSerialPort::NoFlowControl}));
         m_line->send("Kelvane camera ready\r\n");
-        QTRY_VERIFY(consoleText(window).contains("Kelvane camera ready"));
+        QTRY_VERIFY(Probe::consoleText(window).contains("Kelvane camera ready"));
     }
 
-    void otherCamerasLeaveTheLineAlone()
+    void otherCamerasLeaveTheLineAloneAndAHeldOneIsNotOpened()
     {
         LINK_LINE_OR_SKIP();
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
+        MainWindow& window = openWindow();
         QTest::qWait(800);
-        QVERIFY(consoleText(window).isEmpty());
+        QVERIFY(Probe::consoleText(window).isEmpty());
         QVERIFY(!window.findChild<QSerialPort*>());
-        QCOMPARE(m_line->received(200), QByteArray());
-    }
-
-    void heldLineIsNotOpened()
-    {
+        QCOMPARE(m_line->received(), QByteArray());
         // A second opening finds the first one holding the line.
-        LINK_LINE_OR_SKIP();
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
         openSerialPort(window);
         openSerialPort(window);
         QCOMPARE(window.findChildren<QSerialPort*>().size(), 1);
-        const QStringList lines = consoleText(window).split('\n', Qt::SkipEmptyParts);
+        const QStringList lines = Probe::consoleText(window).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 2);
         QVERIFY(lines[1].startsWith("fuser /dev/ttyACM0: ("));
         QVERIFY(lines[1].contains(QString::number(QCoreApplication::applicationPid())));
@@ -216,82 +188,52 @@ private slots:
     void lineThatCannotBeOpenedShowsError()
     {
         LINK_LINE_OR_SKIP("/nonexistent/tty");
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
-        QString title, text;
-        Probe::ModalHandler<QMessageBox> handler([&](QMessageBox* box) {
-            title = box->windowTitle();
-            text = box->text();
-            box->accept();
-        });
+        MainWindow& window = openWindow();
+        const auto boxes = answerBoxes();
         openSerialPort(window);
-        QCOMPARE(handler.handled, 1);
-        QCOMPARE(title, QString("Error"));
-        QVERIFY(!text.isEmpty());
+        QCOMPARE(boxes->handled, 1);
+        QCOMPARE(m_title, QString("Error"));
         // The closed port stays until the next selection closes it.
         auto* port = window.findChild<QSerialPort*>();
         QVERIFY(port && !port->isOpen());
-        QCOMPARE(text, port->errorString());
-        Probe::combos(window)[0]->setCurrentIndex(0);
+        QCOMPARE(m_text, port->errorString());
+        QVERIFY(!m_text.isEmpty());
         QMetaObject::invokeMethod(&window, "cameraSelectionChanged", Qt::DirectConnection, Q_ARG(int, 0));
         QVERIFY(!window.findChild<QSerialPort*>());
     }
 
-    void vanishingLineShowsCriticalErrorAndReleasesThePort()
+    void onlyAResourceErrorOrAHangUpClosesTheLine()
     {
         LINK_LINE_OR_SKIP();
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
+        MainWindow& window = openWindow();
         openSerialPort(window);
-        QCOMPARE(m_line->received(), QByteArray("\r"));
+        QTRY_COMPARE(m_line->received(), QByteArray("\r"));
         QPointer<QSerialPort> port = window.findChild<QSerialPort*>();
-        QVERIFY(port);
-
-        QString title;
-        Probe::ModalHandler<QMessageBox> handler([&](QMessageBox* box) {
-            title = box->windowTitle();
-            box->accept();
-        });
-        // The camera is gone: its end of the line hangs up.
-        m_line->closeMaster();
-        QTRY_COMPARE_WITH_TIMEOUT(handler.handled, 1, 5000);
-        QCOMPARE(title, QString("Critical Error"));
-        QTRY_VERIFY(port.isNull());
-        QTest::qWait(200);
-        QCOMPARE(handler.handled, 1);
-        QVERIFY(consoleText(window).endsWith(")\n"));
-    }
-
-    void onlyAResourceErrorClosesTheLine()
-    {
-        LINK_LINE_OR_SKIP();
-        Fake::Layer::instance().devices = {device(false)};
-        MainWindow window;
-        openSerialPort(window);
-        QPointer<QSerialPort> port = window.findChild<QSerialPort*>();
-        QString title, text;
-        Probe::ModalHandler<QMessageBox> handler([&](QMessageBox* box) {
-            title = box->windowTitle();
-            text = box->text();
-            box->accept();
-        });
-        const auto report = [&](QSerialPort::SerialPortError error) {
+        const auto boxes = answerBoxes();
+        for (auto error : {QSerialPort::ReadError, QSerialPort::WriteError, QSerialPort::ParityError,
+                           QSerialPort::UnknownError, QSerialPort::ResourceError}) {
+            QCOMPARE(boxes->handled, 0);
+            QVERIFY(port && port->isOpen());
             QMetaObject::invokeMethod(&window, "handleError", Qt::DirectConnection,
                                       Q_ARG(QSerialPort::SerialPortError, error));
-        };
-        for (auto error : {QSerialPort::ReadError, QSerialPort::WriteError, QSerialPort::ParityError,
-                           QSerialPort::UnknownError})
-            report(error);
-        QCOMPARE(handler.handled, 0);
-        QVERIFY(port && port->isOpen());
-        m_line->send("still here\n");
-        QTRY_VERIFY(consoleText(window).contains("still here"));
-
-        report(QSerialPort::ResourceError);
-        QCOMPARE(handler.handled, 1);
-        QCOMPARE(title, QString("Critical Error"));
-        QCOMPARE(text, port->errorString());
+        }
+        QCOMPARE(boxes->handled, 1);
+        QCOMPARE(m_title, QString("Critical Error"));
+        QCOMPARE(m_text, port->errorString());
         QTRY_VERIFY(port.isNull());
+
+        // The camera is gone: its end of the line hangs up. One box only.
+        openSerialPort(window);
+        port = window.findChild<QSerialPort*>();
+        QVERIFY(port && port->isOpen());
+        m_title.clear();
+        m_line->closeMaster();
+        QTRY_COMPARE_WITH_TIMEOUT(boxes->handled, 2, 5000);
+        QCOMPARE(m_title, QString("Critical Error"));
+        QTRY_VERIFY(port.isNull());
+        QTest::qWait(200);
+        QCOMPARE(boxes->handled, 2);
+        QVERIFY(Probe::consoleText(window).endsWith(")\n"));
     }
 };
 

@@ -20,9 +20,9 @@
 
 namespace Probe {
 
-inline QAction* action(QWidget& w, const char* name)
+inline void trigger(QWidget& w, const char* action)
 {
-    return w.findChild<QAction*>(name);
+    w.findChild<QAction*>(action)->trigger();
 }
 
 // The four selection combo boxes, in tool bar order: device, format, resolution, interval.
@@ -50,18 +50,10 @@ inline QString status(QWidget& w)
     return w.findChild<QLabel*>("statusLabel")->text();
 }
 
-inline QLabel* imageLabel(QWidget& w)
+inline QString consoleText(QWidget& w)
 {
-    return w.findChild<QLabel*>("imageLabel");
+    return w.findChild<Console*>("console")->toPlainText();
 }
-
-inline bool iconIs(QAction* a, const char* resource)
-{
-    return a->icon().pixmap(75, 75).toImage() == QIcon(resource).pixmap(75, 75).toImage();
-}
-
-const char* const playIcon = ":/icons/Play-Button-Blue-Davrix2-13mai2016.png";
-const char* const stopIcon = ":/icons/Stop-Button-Blue-Davrix2-13mai2016.png";
 
 // The frame timer: the window's only direct QTimer child.
 inline QTimer* refreshTimer(QWidget& w)
@@ -76,32 +68,64 @@ inline void tick(QWidget& w)
     QMetaObject::invokeMethod(&w, "refreshSlot", Qt::DirectConnection);
 }
 
-// Handles the next modal widget of type T that opens (a message box, a file
-// dialog) with handler, from inside its own event loop.
-template <typename T>
-class ModalHandler : public QObject
+// A device named "cam" offering one format in one resolution.
+inline Fake::DeviceSpec camera(const std::string& fourcc = "RGB3", unsigned w = 640, unsigned h = 480,
+                               std::vector<Fake::Interval> intervals = {Fake::Interval()})
+{
+    Fake::DeviceSpec spec;
+    spec.name = "cam";
+    spec.formats = {Fake::PixelFormat(fourcc, {Fake::Resolution(w, h, std::move(intervals))})};
+    return spec;
+}
+
+// A window streaming from one device with its timer stopped: the test pulls
+// frames itself, one tick at a time.
+class Session
 {
 public:
-    explicit ModalHandler(std::function<void(T*)> handler) : m_handler(std::move(handler))
+    explicit Session(const Fake::DeviceSpec& spec)
     {
-        m_timer.setInterval(10);
-        QObject::connect(&m_timer, &QTimer::timeout, this, [this] {
-            if (auto* modal = qobject_cast<T*>(QApplication::activeModalWidget())) {
-                if (modal == m_last)
-                    return;
+        Fake::Layer::instance().devices = {spec};
+        window = std::make_unique<MainWindow>();
+        // The picture may point into the frame's buffer, which goes back to
+        // the camera at the end of the tick: keep copies, as any receiver must.
+        QObject::connect(window.get(), &MainWindow::newImage, [this](const QImage& i) { images << i.copy(); });
+        trigger(*window, "actionStart");
+        refreshTimer(*window)->stop();
+    }
+    Fake::Camera& camera() { return *Fake::Layer::instance().camera(); }
+    void show(Fake::Frame frame)
+    {
+        camera().queued.push_back(std::move(frame));
+        tick(*window);
+    }
+
+    std::unique_ptr<MainWindow> window;
+    QList<QImage> images;
+};
+
+// Handles each modal widget of type T that opens (a message box, a file
+// dialog) with handler, from inside its own event loop.
+template <typename T>
+class ModalHandler : public QTimer
+{
+public:
+    explicit ModalHandler(std::function<void(T*)> handler)
+    {
+        connect(this, &QTimer::timeout, [this, handler] {
+            auto* modal = qobject_cast<T*>(QApplication::activeModalWidget());
+            if (modal && modal != m_last) {
                 m_last = modal;
                 ++handled;
-                m_handler(modal);
+                handler(modal);
             }
         });
-        m_timer.start();
+        start(10);
     }
 
     int handled = 0;
 
 private:
-    std::function<void(T*)> m_handler;
-    QTimer m_timer;
     QPointer<QWidget> m_last;
 };
 
