@@ -24,6 +24,40 @@ using namespace VirtualCameraTesting;
 
 namespace {
 
+// The next frame with a picture, null after a while; empty frames on the way are handed back.
+IFrame* waitForFrame(IStreamingCamera& camera)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 3000) {
+        IFrame* frame = camera.getFrame();
+        if (!frame->isEmpty())
+            return frame;
+        camera.releaseFrame(frame);
+        QThread::msleep(2);
+    }
+    return nullptr;
+}
+
+int formatIndex(ICamera& camera, const char* fourcc)
+{
+    for (int i = 0; i < camera.getFormatCount(); ++i) {
+        if (qstrcmp(camera.getFormat(i)->getFourCC(), fourcc) == 0)
+            return i;
+    }
+    return -1;
+}
+
+template <typename T>
+T* controlAs(ICamera& camera, const char* name)
+{
+    for (int i = 0; i < camera.getControlCount(); ++i) {
+        if (qstrcmp(camera.getControl(i)->getName(), name) == 0)
+            return dynamic_cast<T*>(camera.getControl(i));
+    }
+    return nullptr;
+}
+
 // Streams for as long as it lives.
 struct Stream
 {
@@ -295,7 +329,7 @@ private slots:
         QVERIFY(temperature->isReadOnly());
         QVERIFY2(temperature->getValue() > 1500 && temperature->getValue() < 9000,
                  QByteArray::number(temperature->getValue()));
-        QVERIFY(!controlNamed(*camera, "Error Status")->isReadOnly());
+        QVERIFY(!controlAs<ICameraControl>(*camera, "Error Status")->isReadOnly());
 
         auto* menu = controlAs<ICameraControlInt64Menu>(*camera, "Link Frequency (Hz)");
         QVERIFY(menu->getEntry(menu->getEntryCount() - 1) > INT_MAX);
