@@ -9,13 +9,11 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
 #include <QtTest>
@@ -169,31 +167,6 @@ private slots:
 
         app.trigger("actionStart");
         QVERIFY(app.formats->isEnabled());
-    }
-
-    void snapshotIsWritten()
-    {
-        QTemporaryDir folder;
-        const QString path = folder.filePath("snapshot.png");
-        AppWindow app;
-        app.formats->setCurrentIndex(app.formats->findText("RGB3"));
-        app.resolutions->setCurrentIndex(2);
-        QVERIFY(app.start());
-
-        // The snapshot asks for a file name in a modal dialog: answer it.
-        QTimer answer;
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
-                dialog->selectFile(path);
-                static_cast<QDialog*>(dialog)->accept(); // QFileDialog's own is protected
-            }
-        });
-        answer.start(50);
-        app.trigger("actionSnapshot");
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), 10000);
-        QCOMPARE(QImage(path).size(), QSize(1280, 720));
-        QVERIFY(app.waitForPictures(2)); // and the live view goes on
-        app.trigger("actionStart");
     }
 
     void unpluggingWhileStreamingStopsAndRebuildsTheList()
