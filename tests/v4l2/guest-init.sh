@@ -45,10 +45,10 @@ section() {
 # A webcam-like device: a capture node with one camera input, and a metadata
 # node beside it as UVC cameras have.
 load_vivid n_devs=1 node_types=0x20001 num_inputs=1 input_types=0
-section enumeration formats streaming controls
+section enumeration streaming controls
 # libv4l2 then offers converted formats beside the native ones, as it does for
 # a camera that only delivers YUYV or MJPG.
-LIBV4LCONTROL_FLAGS=0x01 section emulated
+LIBV4LCONTROL_FLAGS=0x01 section formats
 section hotplug
 rmmod vivid || fail "rmmod vivid"
 

@@ -154,10 +154,10 @@ GROUP(controls)
 
     // Soft reset: writable controls back to their defaults, texts to blanks.
     camera->reset();
+    const __u32 skipped = V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY | V4L2_CTRL_FLAG_VOLATILE
+                          | V4L2_CTRL_FLAG_DISABLED | V4L2_CTRL_FLAG_INACTIVE;
     for (const auto& query : raw.controls()) {
         const int type = expectedType(query);
-        const __u32 skipped = V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY | V4L2_CTRL_FLAG_VOLATILE
-                              | V4L2_CTRL_FLAG_DISABLED | V4L2_CTRL_FLAG_INACTIVE;
         if ((query.flags & skipped) || type == ICameraControl::TypeButton || type == ICameraControl::TypeCompound)
             continue;
         if (type == ICameraControl::TypeString)

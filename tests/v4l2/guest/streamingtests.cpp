@@ -37,31 +37,21 @@ bool streamOneFormat(IStreamingCamera& camera, int index, const RawDevice* raw)
     return rgb24;
 }
 
-void streamFormats(bool onlyEmulated)
+} // namespace
+
+// Run where libv4l2 offers converted formats beside the native ones: both kinds stream.
+GROUP(formats)
 {
     auto camera = openFirstCamera();
     if (!CHECK(camera))
         return;
     RawDevice raw;
-    bool rgb24 = false;
+    bool rgb24 = false, emulated = false;
     for (int i = 0; i < camera->getFormatCount(); ++i) {
-        const bool emulated = camera->getFormat(i)->isEmulated();
-        if (emulated || !onlyEmulated)
-            rgb24 |= streamOneFormat(*camera, i, emulated ? nullptr : &raw);
+        emulated |= camera->getFormat(i)->isEmulated();
+        rgb24 |= streamOneFormat(*camera, i, camera->getFormat(i)->isEmulated() ? nullptr : &raw);
     }
-    CHECK(rgb24);
-}
-
-} // namespace
-
-GROUP(formats)
-{
-    streamFormats(false);
-}
-
-GROUP(emulated)
-{
-    streamFormats(true);
+    CHECK(rgb24 && emulated);
 }
 
 GROUP(streaming)
@@ -80,16 +70,13 @@ GROUP(streaming)
     CHECK_EQ(camera->startStreaming(), 0);
 
     // The application's ticks: frames keep coming, time stamps rise.
-    unsigned long long lastNumber = 0;
     long long lastStamp = 0;
     for (int pictures = 0; pictures < 8; ++pictures) {
         IFrame* frame = waitForFrame(*camera);
         if (!CHECK(frame))
             break;
         const long long stamp = frame->getTimeStamp().seconds * 1000000 + frame->getTimeStamp().microseconds;
-        // vivid may give two frames at the start one number.
-        CHECK(stamp > lastStamp && frame->getFrameNumber() >= lastNumber);
-        lastNumber = frame->getFrameNumber();
+        CHECK(stamp > lastStamp);
         lastStamp = stamp;
         camera->releaseFrame(frame);
     }
