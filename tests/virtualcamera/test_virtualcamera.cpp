@@ -129,7 +129,7 @@ private slots:
     void init() { plugInFresh(1); }
     void cleanupTestCase() { plugInFresh(0); }
 
-    void devicesFollowTheVariable()
+    void devicesAndTheirFormats()
     {
         plugInFresh(2);
         std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
@@ -149,13 +149,7 @@ private slots:
         QCOMPARE(device->isKelvaneDevice(), linkedToUs);
         QVERIFY(!list->getDevice(1)->isKelvaneDevice());
 
-        qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "not a number");
-        list.reset(ICameraFactory::getUniqueInstance()->getDeviceList());
-        QCOMPARE(list->getDeviceCount(), 0);
-    }
 
-    void formatsResolutionsAndIntervals()
-    {
         auto camera = openCamera();
         QStringList codes;
         for (int i = 0; i < camera->getFormatCount(); ++i)
@@ -173,10 +167,10 @@ private slots:
                 sizes << QString("%1x%2").arg(size->getWidth()).arg(size->getHeight());
                 QCOMPARE(size->getBytesPerLine(), int(size->getWidth()) * bytesPerPixel[f]);
                 QStringList intervals;
-                for (int i = 0; i < size->getFrameIntervalCount(); ++i)
-                    intervals << QString("%1/%2")
-                                     .arg(size->getFrameInterval(i)->getNumerator())
-                                     .arg(size->getFrameInterval(i)->getDenominator());
+                for (int i = 0; i < size->getFrameIntervalCount(); ++i) {
+                    const IFrameInterval* t = size->getFrameInterval(i);
+                    intervals << QString("%1/%2").arg(t->getNumerator()).arg(t->getDenominator());
+                }
                 QCOMPARE(intervals, QStringList({"1/60", "1/30", "1/15", "2/15"}));
             }
             QCOMPARE(sizes, QStringList({"320x240", "640x480", "1280x720", "1920x1080"}));
@@ -184,32 +178,10 @@ private slots:
         QVERIFY(!camera->getFormat(5) && !camera->getFormat(4)->getResolution(4)
                 && !camera->getFormat(4)->getResolution(3)->getFrameInterval(4) && !camera->getFormat(-1));
         QVERIFY(!camera->getControl(-1) && !camera->getControl(camera->getControlCount()));
-    }
 
-    void framesComeByTheClock()
-    {
-        auto camera = openCamera();
-        QVERIFY(camera->getFrame()->isEmpty()); // not streaming: empty, never null
-        QVERIFY(camera->setFormat(formatIndex(*camera, "RGB3"), 0, 3)); // 2/15 s
-        Stream stream(*camera);
-        IFrame* first = waitForFrame(*camera);
-        QVERIFY(stream.ok && first);
-        const IFrame::TimeStamp a = first->getTimeStamp();
-        const unsigned long long number = first->getFrameNumber();
-        camera->releaseFrame(first);
-
-        IFrame* tooSoon = camera->getFrame();
-        QVERIFY(tooSoon->isEmpty());
-        camera->releaseFrame(tooSoon);
-        camera->releaseFrame(tooSoon); // the empty frame may come back any number of times
-
-        IFrame* second = waitForFrame(*camera);
-        QVERIFY(second);
-        const IFrame::TimeStamp b = second->getTimeStamp();
-        const long long stepUs = (b.seconds - a.seconds) * 1000000 + (b.microseconds - a.microseconds);
-        const long long frames = static_cast<long long>(second->getFrameNumber() - number);
-        QVERIFY2(qAbs(stepUs - 133333 * frames) <= frames, QByteArray::number(stepUs)); // whole microseconds
-        camera->releaseFrame(second);
+        qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "not a number");
+        list.reset(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(list->getDeviceCount(), 0);
     }
 
     void heldFramesStopTheFlowAndOutliveTheirStream()
@@ -249,6 +221,7 @@ private slots:
     void streamingCallsAndFormatRefusals()
     {
         auto camera = openCamera();
+        QVERIFY(camera->getFrame()->isEmpty()); // not streaming: empty, never null
         QCOMPARE(camera->startStreaming(), -EINVAL); // no buffers
         QCOMPARE(camera->allocateBuffers(0), -EINVAL);
         for (const auto& bad : {QVector<int>{-1, 0, 0}, {5, 0, 0}, {0, 4, 0}, {0, 0, 4}})
