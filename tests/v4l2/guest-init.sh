@@ -1,7 +1,6 @@
 #!/bin/busybox sh
-# /init of the test machine: loads vivid in the configurations under test and
-# runs the guest test program against each, then reports one status line on
-# the serial console and powers off.
+# /init of the test machine: runs the guest tests against vivid in each
+# configuration, reports one status line on the console and powers off.
 
 /bin/busybox mkdir -p /dev /proc /sys /tmp
 /bin/busybox mount -t devtmpfs devtmpfs /dev

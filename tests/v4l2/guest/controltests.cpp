@@ -63,7 +63,7 @@ void checkAgainstDriver(ICamera& camera, const RawDevice& raw)
             CHECK_MSG(boolean->getValue() == (value != 0), what);
         if (auto* string = dynamic_cast<ICameraControlString*>(control))
             CHECK_MSG(string->getMinLength() == query.minimum && string->getMaxLength() == query.maximum
-                          && text(*string) == raw.text(query.id),
+                          && text(*string) == raw.text(query),
                       what);
         auto* menu = dynamic_cast<ICameraControlBaseMenu*>(control);
         const auto items = menu ? raw.menu(query) : std::vector<v4l2_querymenu>();
@@ -115,7 +115,7 @@ GROUP(controls)
     CHECK_EQ(raw.value(raw.control("Boolean")) != 0, !before);
     CHECK_EQ(refusal([&] { button->press(); }), "");
     string->setValue("abcd");
-    CHECK_EQ(raw.text(raw.control("String").id), "abcd");
+    CHECK_EQ(raw.text(raw.control("String")), "abcd");
     CHECK(string->getLength() == 4 && text(*string, 3) == "ab");
     const std::string tooLong(static_cast<std::size_t>(string->getMaxLength()) + 1, 'z');
     CHECK(refusal([&] { string->setValue(tooLong.c_str()); }) != "" && refusal([&] { string->setValue(nullptr); }) != "");
@@ -161,7 +161,7 @@ GROUP(controls)
         if ((query.flags & skipped) || type == ICameraControl::TypeButton || type == ICameraControl::TypeCompound)
             continue;
         if (type == ICameraControl::TypeString)
-            CHECK_EQ(raw.text(query.id), std::string(static_cast<std::size_t>(query.minimum), ' '));
+            CHECK_EQ(raw.text(query), std::string(static_cast<std::size_t>(query.minimum), ' '));
         else
             CHECK_MSG(raw.value(query) == query.default_value, query.name);
     }

@@ -83,12 +83,11 @@ GROUP(enumeration)
     std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
     if (!CHECK_EQ(list->getDeviceCount(), 1))
         return;
-    checkDevice(*list->getDevice(0), capability);
     std::unique_ptr<IStreamingCamera> camera(ICameraFactory::getUniqueInstance()->createCamera(list->getDevice(0)));
-    if (!CHECK(camera))
-        return;
     // The camera keeps its own description once the list is gone.
     list.reset();
+    if (!CHECK(camera))
+        return;
     checkDevice(*camera->getDevice(), capability);
 
     // Native formats as the driver lists them; converted ones after them.
