@@ -1,12 +1,8 @@
 #!/usr/bin/env bash
-# Runs the V4L2 backend's guest tests against the kernel's vivid driver in a
-# throw-away virtual machine: Debian's kernel, vivid and its dependencies, a
-# busybox initramfs with the test program and its shared libraries.
-#
 # Usage: run-vivid-vm.sh GUEST_TEST_BINARY CACHE_DIR
-#
-# Exits 0 when every guest test passed, 77 when this machine cannot run the
-# virtual machine (a tool or the kernel package is missing), 1 otherwise.
+# Runs the guest tests against vivid in a throw-away virtual machine (Debian's
+# kernel, a busybox initramfs with the test program and its libraries). Exits
+# 0 when they passed, 77 when this machine cannot run it, 1 otherwise.
 set -euo pipefail
 # Byte-wise matching for the search in the compressed kernel.
 export LC_ALL=C
@@ -14,12 +10,11 @@ export LC_ALL=C
 guest_binary=$(readlink -f "$1")
 cache=$2
 here=$(cd "$(dirname "$0")" && pwd)
-skip=77
 timeout_seconds=${VIVID_VM_TIMEOUT:-420}
 
 skip() {
     echo "SKIP: $*"
-    exit $skip
+    exit 77
 }
 
 for tool in qemu-system-x86_64 busybox depmod modprobe cpio xz dpkg-deb ldd timeout; do
@@ -104,12 +99,10 @@ modprobe -d "$kernel_root" -S "$kver" --show-depends vivid | awk '/^insmod/ { pr
 [ -s "$stage/modules/load-order" ] || { echo "FAIL: vivid is not in $kver"; exit 1; }
 (cd "$stage" && find . | cpio -o -H newc --quiet) >"$cache/initramfs.cpio"
 
-# --- Boot: one CPU, no devices but the serial console, which carries the
-# guest's output and its closing status.
+# --- Boot: one CPU, no devices but the serial console for output and status.
 log=$cache/guest.log
 accelerators=(-accel tcg)
-# Where KVM is at hand it is used, with the emulated CPU as the fall-back.
-[ -w /dev/kvm ] && accelerators=(-accel kvm -accel tcg)
+[ -w /dev/kvm ] && accelerators=(-accel kvm -accel tcg) # emulated CPU as the fall-back
 start=$(date +%s)
 set +e
 timeout "$timeout_seconds" qemu-system-x86_64 "${accelerators[@]}" -m 1024 -nodefaults -display none \

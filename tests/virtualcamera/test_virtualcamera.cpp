@@ -2,23 +2,18 @@
 #include "virtualcameratesting.h"
 
 #include "devicelink.h"
-#include "thermalmodel.h"
 
 #include <assertfailureexception.h>
 
 #include <QFile>
-#include <QImage>
 #include <QTemporaryDir>
-#include <QSet>
 #include <QtTest>
 
 #include <cerrno>
 #include <climits>
-#include <ctime>
 #include <fcntl.h>
 #include <mutex>
 #include <sys/wait.h>
-#include <set>
 #include <thread>
 #include <unistd.h>
 
@@ -27,23 +22,52 @@ using namespace VirtualCameraTesting;
 
 namespace {
 
-// Streams for as long as it lives.
-class Stream
+// The next frame with a picture, null after a while; empty frames on the way are handed back.
+IFrame* waitForFrame(IStreamingCamera& camera)
 {
-public:
-    explicit Stream(IStreamingCamera& camera) : m_camera(camera)
+    QElapsedTimer timer;
+    for (timer.start(); timer.elapsed() < 3000; QThread::msleep(2)) {
+        IFrame* frame = camera.getFrame();
+        if (!frame->isEmpty())
+            return frame;
+        camera.releaseFrame(frame);
+    }
+    return nullptr;
+}
+
+int formatIndex(ICamera& camera, const char* fourcc)
+{
+    for (int i = 0; i < camera.getFormatCount(); ++i) {
+        if (qstrcmp(camera.getFormat(i)->getFourCC(), fourcc) == 0)
+            return i;
+    }
+    return -1;
+}
+
+template <typename T>
+T* controlAs(ICamera& camera, const char* name)
+{
+    for (int i = 0; i < camera.getControlCount(); ++i) {
+        if (qstrcmp(camera.getControl(i)->getName(), name) == 0)
+            return dynamic_cast<T*>(camera.getControl(i));
+    }
+    return nullptr;
+}
+
+// Streams for as long as it lives.
+struct Stream
+{
+    explicit Stream(IStreamingCamera& camera) : camera(camera)
     {
         ok = camera.allocateBuffers(2) == 0 && camera.startStreaming() == 0;
     }
     ~Stream()
     {
-        m_camera.stopStreaming();
-        m_camera.releaseBuffers();
+        camera.stopStreaming();
+        camera.releaseBuffers();
     }
+    IStreamingCamera& camera;
     bool ok;
-
-private:
-    IStreamingCamera& m_camera;
 };
 
 QByteArray bytesOf(const IFrame* frame)
@@ -51,28 +75,13 @@ QByteArray bytesOf(const IFrame* frame)
     return QByteArray(reinterpret_cast<const char*>(frame->getData()), frame->getSize());
 }
 
-// One picture in the given format and size, copied out of its frame.
-QByteArray grab(IStreamingCamera& camera, const char* fourcc, int resolution = 0)
+struct RecordingClient : IContinuousCameraMonitor::IClient
 {
-    if (!camera.setFormat(formatIndex(camera, fourcc), resolution, 0))
-        return {};
-    Stream stream(camera);
-    IFrame* frame = waitForFrame(camera);
-    if (!frame)
-        return {};
-    const QByteArray bytes = bytesOf(frame);
-    camera.releaseFrame(frame);
-    return bytes;
-}
-
-class RecordingClient : public IContinuousCameraMonitor::IClient
-{
-public:
     void onCameraEvent(ICameraEvent* ev) override
     {
         std::lock_guard<std::mutex> lock(mutex);
         types.append(ev->getType());
-        threads.insert(std::this_thread::get_id());
+        onTestThread |= std::this_thread::get_id() == testThread;
         delete ev;
     }
     QList<int> seen()
@@ -82,30 +91,33 @@ public:
     }
     std::mutex mutex;
     QList<int> types;
-    std::set<std::thread::id> threads;
+    const std::thread::id testThread = std::this_thread::get_id();
+    bool onTestThread = false;
 };
 
-// Reads what the camera says on its serial line until expected shows up.
-QByteArray readSerialUntil(int fd, const QByteArray& expected)
+// The camera's serial line, as a terminal program sees it.
+struct SerialLine
 {
-    QByteArray text;
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < 3000 && !text.contains(expected)) {
-        char buffer[512];
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got > 0)
-            text.append(buffer, static_cast<int>(got));
-        else
-            QThread::msleep(20);
+    SerialLine() : fd(::open(VirtualCameras::serialLinePath(0).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
+    ~SerialLine() { ::close(fd); }
+    bool say(const QByteArray& line) { return ::write(fd, line.constData(), size_t(line.size())) == line.size(); }
+    // What the camera says until expected shows up.
+    QByteArray readUntil(const QByteArray& expected)
+    {
+        QByteArray text;
+        QElapsedTimer timer;
+        for (timer.start(); timer.elapsed() < 3000 && !text.contains(expected);) {
+            char buffer[512];
+            const ssize_t got = ::read(fd, buffer, sizeof buffer);
+            if (got > 0)
+                text.append(buffer, static_cast<int>(got));
+            else
+                QThread::msleep(20);
+        }
+        return text;
     }
-    return text;
-}
-
-bool say(int fd, const QByteArray& line)
-{
-    return ::write(fd, line.constData(), size_t(line.size())) == line.size();
-}
+    const int fd;
+};
 
 } // namespace
 
@@ -117,7 +129,7 @@ private slots:
     void init() { plugInFresh(1); }
     void cleanupTestCase() { plugInFresh(0); }
 
-    void devicesFollowTheVariable()
+    void devicesAndTheirFormats()
     {
         plugInFresh(2);
         std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
@@ -125,7 +137,6 @@ private slots:
         const IDevice* device = list->getDevice(0);
         QCOMPARE(device->getVendorId(), "2f7a");
         QCOMPARE(device->getManufacturer(), "Kelvane");
-        QVERIFY(qstrlen(device->getName()) > 0);
         QVERIFY(qstrcmp(device->getSerial(), list->getDevice(1)->getSerial()) != 0);
         QVERIFY(device->supportsStreaming() && device->supportsVideoCapture());
         QVERIFY(!list->getDevice(-1) && !list->getDevice(2));
@@ -138,21 +149,13 @@ private slots:
         QCOMPARE(device->isKelvaneDevice(), linkedToUs);
         QVERIFY(!list->getDevice(1)->isKelvaneDevice());
 
-        qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "not a number");
-        list.reset(ICameraFactory::getUniqueInstance()->getDeviceList());
-        QCOMPARE(list->getDeviceCount(), 0);
-    }
 
-    void formatsResolutionsAndIntervals()
-    {
         auto camera = openCamera();
         QStringList codes;
         for (int i = 0; i < camera->getFormatCount(); ++i)
             codes << camera->getFormat(i)->getFourCC();
         QCOMPARE(codes, QStringList({"MJPG", "GRBG", "YUYV", "RGB3", "BGR3"}));
-        QVERIFY(camera->getFormat(0)->isCompressed());
-        QCOMPARE(camera->getFormat(3)->getDescription(), "RGB3");
-        QCOMPARE(camera->getFormat(4)->getDescription(), "BGR3");
+        QVERIFY(camera->getFormat(0)->isCompressed() && !camera->getFormat(1)->isCompressed());
         QVERIFY(camera->getFormat(3)->isEmulated() && !camera->getFormat(1)->isEmulated());
 
         const int bytesPerPixel[] = {0, 1, 2, 3, 3};
@@ -160,106 +163,25 @@ private slots:
             IPixelFormat* format = camera->getFormat(f);
             QStringList sizes;
             for (int r = 0; r < format->getResolutionCount(); ++r) {
-                IResolution* resolution = format->getResolution(r);
-                sizes << QString("%1x%2").arg(resolution->getWidth()).arg(resolution->getHeight());
-                QCOMPARE(resolution->getBytesPerLine(), int(resolution->getWidth()) * bytesPerPixel[f]);
+                IResolution* size = format->getResolution(r);
+                sizes << QString("%1x%2").arg(size->getWidth()).arg(size->getHeight());
+                QCOMPARE(size->getBytesPerLine(), int(size->getWidth()) * bytesPerPixel[f]);
                 QStringList intervals;
-                for (int i = 0; i < resolution->getFrameIntervalCount(); ++i)
-                    intervals << QString("%1/%2")
-                                     .arg(resolution->getFrameInterval(i)->getNumerator())
-                                     .arg(resolution->getFrameInterval(i)->getDenominator());
+                for (int i = 0; i < size->getFrameIntervalCount(); ++i) {
+                    const IFrameInterval* t = size->getFrameInterval(i);
+                    intervals << QString("%1/%2").arg(t->getNumerator()).arg(t->getDenominator());
+                }
                 QCOMPARE(intervals, QStringList({"1/60", "1/30", "1/15", "2/15"}));
-                QVERIFY(!resolution->getFrameInterval(-1) && !resolution->getFrameInterval(4));
             }
             QCOMPARE(sizes, QStringList({"320x240", "640x480", "1280x720", "1920x1080"}));
-            QVERIFY(!format->getResolution(-1) && !format->getResolution(4));
         }
-        QVERIFY(!camera->getFormat(-1) && !camera->getFormat(5));
+        QVERIFY(!camera->getFormat(5) && !camera->getFormat(4)->getResolution(4)
+                && !camera->getFormat(4)->getResolution(3)->getFrameInterval(4) && !camera->getFormat(-1));
         QVERIFY(!camera->getControl(-1) && !camera->getControl(camera->getControlCount()));
-    }
 
-    void frameSizesPerFormat_data()
-    {
-        QTest::addColumn<QByteArray>("fourcc");
-        QTest::addColumn<int>("resolution");
-        for (const char* code : {"RGB3", "BGR3", "GRBG", "YUYV", "MJPG"}) {
-            for (int r : {0, 3})
-                QTest::addRow("%s-%d", code, r) << QByteArray(code) << r;
-        }
-    }
-
-    void frameSizesPerFormat()
-    {
-        QFETCH(QByteArray, fourcc);
-        QFETCH(int, resolution);
-        auto camera = openCamera();
-        IResolution* size = camera->getFormat(formatIndex(*camera, fourcc))->getResolution(resolution);
-        const QByteArray bytes = grab(*camera, fourcc, resolution);
-        QVERIFY(!bytes.isEmpty());
-        if (fourcc == "MJPG") {
-            QVERIFY(bytes.startsWith("\xff\xd8") && bytes.endsWith("\xff\xd9"));
-            const QImage picture = QImage::fromData(bytes, "JPEG");
-            QCOMPARE(picture.size(), QSize(int(size->getWidth()), int(size->getHeight())));
-        } else {
-            QCOMPARE(bytes.size(), size->getBytesPerLine() * int(size->getHeight()));
-        }
-    }
-
-    void colourOrderAndMosaicMatchTheRgbPicture()
-    {
-        auto camera = openCamera();
-        const int w = 320, h = 240;
-        const QByteArray rgb = grab(*camera, "RGB3");
-        const QByteArray bgr = grab(*camera, "BGR3");
-        const QByteArray bayer = grab(*camera, "GRBG");
-        QCOMPARE(rgb.size(), w * h * 3);
-
-        // The yellow bar (second of seven), below the counter: R and G lit, B dark.
-        const int y = h * 2 / 5, yellow = (y * w + w * 3 / 14) * 3;
-        QCOMPARE(quint8(rgb[yellow]), quint8(191));
-        QCOMPARE(quint8(rgb[yellow + 2]), quint8(0));
-        QCOMPARE(quint8(bgr[yellow]), quint8(0));
-        QCOMPARE(quint8(bgr[yellow + 2]), quint8(191));
-
-        // Rows that nothing moving covers: every mosaic sample is the RGB
-        // picture's sample of the colour the GRBG filter puts there.
-        for (int row = h * 3 / 10; row < h * 55 / 100; ++row) {
-            for (int x = 0; x < w; ++x) {
-                const int channel = row % 2 == 0 ? (x % 2 == 0 ? 1 : 0) : (x % 2 == 0 ? 2 : 1);
-                QCOMPARE(quint8(bayer[row * w + x]), quint8(rgb[(row * w + x) * 3 + channel]));
-            }
-        }
-    }
-
-    void framesComeByTheClock()
-    {
-        auto camera = openCamera();
-        QVERIFY(camera->getFrame()->isEmpty()); // not streaming: empty, never null
-        QVERIFY(camera->setFormat(formatIndex(*camera, "RGB3"), 0, 3)); // 2/15 s
-        Stream stream(*camera);
-        QVERIFY(stream.ok);
-        IFrame* first = waitForFrame(*camera);
-        QVERIFY(first);
-        const IFrame::TimeStamp a = first->getTimeStamp();
-        const unsigned long long number = first->getFrameNumber();
-        camera->releaseFrame(first);
-
-        IFrame* tooSoon = camera->getFrame();
-        QVERIFY(tooSoon->isEmpty());
-        camera->releaseFrame(tooSoon);
-        camera->releaseFrame(tooSoon); // the empty frame may come back any number of times
-
-        IFrame* second = waitForFrame(*camera);
-        QVERIFY(second);
-        const IFrame::TimeStamp b = second->getTimeStamp();
-        const long long stepUs = (b.seconds - a.seconds) * 1000000 + (b.microseconds - a.microseconds);
-        const long long frames = static_cast<long long>(second->getFrameNumber() - number);
-        QVERIFY2(qAbs(stepUs - 133333 * frames) <= frames, QByteArray::number(stepUs)); // whole microseconds
-        QVERIFY(b.microseconds >= 0 && b.microseconds < 1000000);
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        QVERIFY(qAbs(b.seconds - now.tv_sec) <= 1);
-        camera->releaseFrame(second);
+        qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "not a number");
+        list.reset(ICameraFactory::getUniqueInstance()->getDeviceList());
+        QCOMPARE(list->getDeviceCount(), 0);
     }
 
     void heldFramesStopTheFlowAndOutliveTheirStream()
@@ -294,18 +216,17 @@ private slots:
         QCOMPARE(camera->allocateBuffers(2), 0);
         QCOMPARE(camera->startStreaming(), 0);
         QVERIFY(waitForFrame(*camera));
-        camera.reset();
     }
 
     void streamingCallsAndFormatRefusals()
     {
         auto camera = openCamera();
+        QVERIFY(camera->getFrame()->isEmpty()); // not streaming: empty, never null
         QCOMPARE(camera->startStreaming(), -EINVAL); // no buffers
         QCOMPARE(camera->allocateBuffers(0), -EINVAL);
-        for (const auto& bad : {QVector<int>{-1, 0, 0}, {5, 0, 0}, {0, 4, 0}, {0, 0, -1}, {0, 0, 4}})
+        for (const auto& bad : {QVector<int>{-1, 0, 0}, {5, 0, 0}, {0, 4, 0}, {0, 0, 4}})
             QVERIFY(!camera->setFormat(bad[0], bad[1], bad[2]));
         QVERIFY(camera->setFormat(2, 3, 1));
-        QCOMPARE(camera->getCurrentFormatIndex(), 2);
         QCOMPARE(camera->getCurrentResolutionIndex(), 3);
         QCOMPARE(camera->getCurrentFrameIntervalIndex(), 1);
 
@@ -326,33 +247,12 @@ private slots:
     {
         auto camera = openCamera();
         QSet<int> types;
-        QStringList names;
-        for (int i = 0; i < camera->getControlCount(); ++i) {
-            ICameraControl* control = camera->getControl(i);
-            types << control->getType();
-            names << control->getName();
-            bool right = true;
-            switch (control->getType()) {
-            case 2: right = dynamic_cast<ICameraControlBoolean*>(control); break;
-            case 3: right = dynamic_cast<ICameraControlButton*>(control); break;
-            case 4: right = dynamic_cast<ICameraControlNumeric<int>*>(control); break;
-            case 5: right = dynamic_cast<ICameraControlNumeric<long long>*>(control); break;
-            case 6: right = dynamic_cast<ICameraControlInt64Menu*>(control); break;
-            case 10: right = dynamic_cast<ICameraControlString*>(control); break;
-            case 11: right = dynamic_cast<ICameraControlStringMenu*>(control); break;
-            default: right = qstrlen(control->getDescription()) > 0; break;
-            }
-            QVERIFY2(right, control->getName());
-        }
+        for (int i = 0; i < camera->getControlCount(); ++i)
+            types << camera->getControl(i)->getType();
         QCOMPARE(types, QSet<int>({2, 3, 4, 5, 6, 7, 10, 11}));
-        for (const char* name : {"Temperature (C)", "Error Status", "Trigger Auto Controls", "Lock Auto Controls"})
-            QVERIFY2(controlAs<ICameraControlNumeric<int>>(*camera, name), name);
 
-        auto* temperature = controlNamed(*camera, "Temperature (C)");
-        QVERIFY(temperature->isReadOnly());
-        const int centi = dynamic_cast<ICameraControlNumeric<int>*>(temperature)->getValue();
-        QVERIFY2(centi > 1500 && centi < 9000, QByteArray::number(centi));
-        QVERIFY(!controlNamed(*camera, "Error Status")->isReadOnly());
+        QVERIFY(controlAs<ICameraControl>(*camera, "Temperature (C)")->isReadOnly());
+        QVERIFY(!controlAs<ICameraControl>(*camera, "Error Status")->isReadOnly());
 
         auto* menu = controlAs<ICameraControlInt64Menu>(*camera, "Link Frequency (Hz)");
         QVERIFY(menu->getEntry(menu->getEntryCount() - 1) > INT_MAX);
@@ -361,68 +261,28 @@ private slots:
         QCOMPARE(patterns->getEntry(0), "Colour Bars");
         QCOMPARE(patterns->getEntry(patterns->getEntryCount()), "");
 
-        auto* text = controlAs<ICameraControlString>(*camera, "Overlay Text");
         char buffer[8];
-        text->getValue(buffer, sizeof buffer);
+        controlAs<ICameraControlString>(*camera, "Overlay Text")->getValue(buffer, sizeof buffer);
         QCOMPARE(QByteArray(buffer), QByteArray("Tarvell"));
-    }
-
-    void autoExposureMakesExposureInactive()
-    {
-        auto camera = openCamera();
-        auto* automatic = controlAs<ICameraControlBoolean>(*camera, "Exposure, Auto");
-        auto* exposure = controlAs<ICameraControlNumeric<long long>>(*camera, "Exposure Time (us)");
-        QCOMPARE(automatic->getFamily(), exposure->getFamily());
-        QVERIFY(!exposure->isInactive());
-        automatic->setValue(true);
-        exposure->refresh();
-        QVERIFY(exposure->isInactive());
-        QVERIFY_EXCEPTION_THROWN(exposure->setValue(20000), AssertFailureException);
-
-        // With gain, auto exposure shortens the exposure over a few frames.
-        controlAs<ICameraControlNumeric<int>>(*camera, "Gain")->setValue(25);
-        QVERIFY(camera->setFormat(formatIndex(*camera, "GRBG"), 0, 0));
-        Stream stream(*camera);
-        for (int i = 0; i < 12; ++i)
-            camera->releaseFrame(waitForFrame(*camera));
-        exposure->refresh();
-        QCOMPARE(exposure->getValue(), 5000LL);
-    }
-
-    void refusedWrites_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<qlonglong>("value");
-        QTest::newRow("above range") << "Brightness" << 101LL;
-        QTest::newRow("below range") << "Gain" << -1LL;
-        QTest::newRow("64-bit below range") << "Exposure Time (us)" << 5LL;
-        QTest::newRow("read-only") << "Temperature (C)" << 2500LL;
-        QTest::newRow("menu index") << "Test Pattern" << 3LL;
-        QTest::newRow("trigger bit") << "Trigger Auto Controls" << 8LL;
-        QTest::newRow("lock bit") << "Lock Auto Controls" << -1LL;
     }
 
     void refusedWrites()
     {
-        QFETCH(QString, name);
-        QFETCH(qlonglong, value);
         auto camera = openCamera();
-        ICameraControl* control = controlNamed(*camera, name.toUtf8());
-        QVERIFY(control);
-        auto attempt = [&] {
-            if (auto* i = dynamic_cast<ICameraControlNumeric<int>*>(control))
-                i->setValue(int(value));
-            else if (auto* l = dynamic_cast<ICameraControlNumeric<long long>*>(control))
-                l->setValue(value);
-            else if (auto* m = dynamic_cast<ICameraControlBaseMenu*>(control))
-                m->setIndex(int(value));
-        };
-        QVERIFY_EXCEPTION_THROWN(attempt(), AssertFailureException);
-    }
-
-    void refusedTextAndStreamingWrites()
-    {
-        auto camera = openCamera();
+        QVERIFY_EXCEPTION_THROWN(controlAs<ICameraControlNumeric<int>>(*camera, "Brightness")->setValue(101),
+                                 AssertFailureException);
+        auto* exposure = controlAs<ICameraControlNumeric<long long>>(*camera, "Exposure Time (us)");
+        QVERIFY_EXCEPTION_THROWN(exposure->setValue(5), AssertFailureException);
+        // Automatic exposure makes the exposure inactive: no writes then.
+        QCOMPARE(controlAs<ICameraControlBoolean>(*camera, "Exposure, Auto")->getFamily(), exposure->getFamily());
+        controlAs<ICameraControlBoolean>(*camera, "Exposure, Auto")->setValue(true);
+        exposure->refresh();
+        QVERIFY(exposure->isInactive());
+        QVERIFY_EXCEPTION_THROWN(exposure->setValue(20000), AssertFailureException);
+        QVERIFY_EXCEPTION_THROWN(controlAs<ICameraControlNumeric<int>>(*camera, "Temperature (C)")->setValue(2500),
+                                 AssertFailureException);
+        QVERIFY_EXCEPTION_THROWN(controlAs<ICameraControlStringMenu>(*camera, "Test Pattern")->setIndex(3),
+                                 AssertFailureException);
         auto* text = controlAs<ICameraControlString>(*camera, "Overlay Text");
         QVERIFY_EXCEPTION_THROWN(text->setValue(QByteArray(text->getMaxLength() + 1, 'x')), AssertFailureException);
         QVERIFY_EXCEPTION_THROWN(text->setValue("tab\there"), AssertFailureException);
@@ -430,40 +290,32 @@ private slots:
         text->setValue("Hello");
         QCOMPARE(text->getLength(), 5);
 
+        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
+        QVERIFY_EXCEPTION_THROWN(trigger->setValue(8), AssertFailureException); // no such adjustment
+        controlAs<ICameraControlNumeric<int>>(*camera, "Lock Auto Controls")->setValue(AutoFocusBit);
+        QVERIFY_EXCEPTION_THROWN(trigger->setValue(AutoFocusBit), AssertFailureException);
+        trigger->setValue(0); // nothing chosen is not an error
+
         auto* link = controlAs<ICameraControlInt64Menu>(*camera, "Link Frequency (Hz)");
         Stream stream(*camera);
         link->refresh();
         QVERIFY(link->isGrabbed());
         QVERIFY_EXCEPTION_THROWN(link->setIndex(0), AssertFailureException);
-
-        auto* lock = controlAs<ICameraControlNumeric<int>>(*camera, "Lock Auto Controls");
-        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
-        lock->setValue(AutoFocusBit);
-        QVERIFY_EXCEPTION_THROWN(trigger->setValue(AutoFocusBit), AssertFailureException);
-        trigger->setValue(0); // nothing chosen is not an error
     }
 
-    void testPatternChangesThePicture()
+    void oneShotsErrorBitsAndReset()
     {
         auto camera = openCamera();
-        // Rows of the pattern that nothing moving covers.
-        auto patternRows = [&] { return grab(*camera, "RGB3").mid(320 * 3 * 80, 320 * 3 * 40); };
-        const QByteArray bars = patternRows();
-        controlAs<ICameraControlStringMenu>(*camera, "Test Pattern")->setIndex(2);
-        QVERIFY(patternRows() != bars);
-    }
-
-    void oneShotsAndErrorBits()
-    {
-        auto camera = openCamera();
+        SerialLine line;
+        QVERIFY(line.readUntil("Ready.").contains("Kelvane"));
         auto* errors = controlAs<ICameraControlNumeric<int>>(*camera, "Error Status");
         auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
         auto* balance = controlAs<ICameraControlNumeric<int>>(*camera, "White Balance Temperature");
         auto* focus = controlAs<ICameraControlNumeric<int>>(*camera, "Focus, Absolute");
+        auto* brightness = controlAs<ICameraControlNumeric<int>>(*camera, "Brightness");
 
         // Without frames a one-shot adjustment times out.
         trigger->setValue(AutoFocusBit);
-        QCOMPARE(trigger->getValue(), int(AutoFocusBit));
         QTest::qWait(1200);
         errors->refresh();
         QCOMPARE(errors->getValue() & 0x20000, 0x20000);
@@ -471,6 +323,7 @@ private slots:
         QCOMPARE(errors->getValue(), 0);
 
         // While streaming it completes, and a lens far from focus is reported.
+        brightness->setValue(40);
         balance->setValue(3000);
         focus->setValue(100);
         QVERIFY(camera->setFormat(formatIndex(*camera, "GRBG"), 0, 0));
@@ -481,38 +334,21 @@ private slots:
         trigger->setValue(AutoFocusBit | AutoWhiteBalanceBit);
         for (int i = 0; i < 6; ++i)
             camera->releaseFrame(waitForFrame(*camera));
-        for (ICameraControl* c : std::initializer_list<ICameraControl*>{trigger, balance, focus})
+        for (ICameraControl* c : std::initializer_list<ICameraControl*>{trigger, balance, focus, errors})
             c->refresh();
         QCOMPARE(trigger->getValue(), 0);
         QCOMPARE(balance->getValue(), 5000);
         QCOMPARE(focus->getValue(), 512);
-    }
 
-    void resetRestoresDefaultsAndGreetsAgain()
-    {
-        auto camera = openCamera();
-        const int fd = ::open(VirtualCameras::serialLinePath(0).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-        QVERIFY(fd >= 0);
-        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
-
-        auto* brightness = controlAs<ICameraControlNumeric<int>>(*camera, "Brightness");
-        auto* trigger = controlAs<ICameraControlNumeric<int>>(*camera, "Trigger Auto Controls");
-        auto* errors = controlAs<ICameraControlNumeric<int>>(*camera, "Error Status");
-        brightness->setValue(40);
-        trigger->setValue(AutoExposureBit);
-        QTest::qWait(1100);
-        errors->refresh();
+        // A soft reset, allowed while streaming, brings the defaults back and greets again.
         QVERIFY(errors->getValue() != 0);
-
-        Stream stream(*camera);
-        camera->reset(); // allowed while streaming
+        camera->reset();
         brightness->refresh();
         errors->refresh();
         QCOMPARE(brightness->getValue(), 0);
         QCOMPARE(errors->getValue(), 0);
-        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
+        QVERIFY(line.readUntil("Ready.").contains("Kelvane"));
         QVERIFY(waitForFrame(*camera));
-        ::close(fd);
     }
 
     void unpluggedCameraAnswersSafely()
@@ -547,8 +383,7 @@ private slots:
         QCOMPARE(list->getDeviceCount(), 0);
     }
 
-    // Rebooting from the serial console is leaving the bus and coming back
-    // as a new device, reported by the monitor from its own thread.
+    // A reboot from the serial console: gone and back as a new device, reported from the monitor's thread.
     void serialConsoleAndMonitor()
     {
         RecordingClient client;
@@ -557,28 +392,20 @@ private slots:
         monitor->start(&client);
         std::unique_ptr<IDeviceList> before(ICameraFactory::getUniqueInstance()->getDeviceList());
         const QByteArray serial = before->getDevice(0)->getSerial();
-
-        const int fd = ::open(VirtualCameras::serialLinePath(0).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-        QVERIFY(fd >= 0);
-        QVERIFY(readSerialUntil(fd, "Ready.").contains("Kelvane"));
-        QVERIFY(say(fd, "\r"));
-        QVERIFY(readSerialUntil(fd, "errors 0x").contains("temp"));
-        QVERIFY(say(fd, "help\r\n"));
-        QVERIFY(readSerialUntil(fd, "help\r\n").contains("reboot"));
-        QVERIFY(say(fd, "bogus\n"));
-        QVERIFY(readSerialUntil(fd, "try help").contains("unknown command 'bogus'"));
-
-        QVERIFY(say(fd, "reboot\r"));
+        SerialLine line;
+        QVERIFY(line.readUntil("Ready.").contains("Kelvane"));
+        QVERIFY(line.say("\r") && line.readUntil("errors 0x").contains("temp"));
+        QVERIFY(line.say("bogus\n") && line.readUntil("try help").contains("unknown command 'bogus'"));
+        QVERIFY(line.say("reboot\r"));
         QTRY_COMPARE_WITH_TIMEOUT(client.seen(),
                                   QList<int>({ICameraEvent::CameraRemoved, ICameraEvent::CameraAdded}), 5000);
-        QVERIFY(client.threads.count(std::this_thread::get_id()) == 0);
         std::unique_ptr<IDeviceList> after(ICameraFactory::getUniqueInstance()->getDeviceList());
         QCOMPARE(after->getDeviceCount(), 1);
         QVERIFY(after->getDevice(0)->getSerial() != serial);
-        ::close(fd);
 
         monitor->stop();
         monitor->stop(); // a second stop is harmless
+        QVERIFY(!client.onTestThread);
         VirtualCameras::plug();
         QTest::qWait(50);
         QCOMPARE(client.seen().size(), 2);
@@ -589,24 +416,6 @@ private slots:
         monitor.reset();
     }
 
-    void temperatureFollowsLoadAndFan()
-    {
-        // Over-temperature is a minute or so away without the fan, never with it.
-        ThermalModel hot(1000.0), cool(1000.0);
-        double overAfter = 0;
-        for (int s = 1; s <= 600; ++s) {
-            hot.advance(1000.0 + s, 1.0, false);
-            cool.advance(1000.0 + s, 1.0, true);
-            if (overAfter == 0 && hot.celsius() > ThermalModel::kOverTemperature)
-                overAfter = s;
-        }
-        QVERIFY2(overAfter > 20 && overAfter < 90, QByteArray::number(overAfter));
-        QVERIFY2(cool.celsius() < 45, QByteArray::number(cool.celsius()));
-        const double now = cool.celsius();
-        cool.advance(1000.0, 0.0, false); // time going back changes nothing
-        QCOMPARE(cool.celsius(), now);
-    }
-
     void serialDeviceLinkIsTakenOnlyWhenFreeOrAbandoned()
     {
         QTemporaryDir folder;
@@ -615,8 +424,7 @@ private slots:
         int error = 0;
         {
             auto mine = DeviceLink::create("/dev/null", link, error);
-            QVERIFY(mine);
-            QCOMPARE(QFile::symLinkTarget(path), QString("/dev/null"));
+            QVERIFY(mine && QFile::symLinkTarget(path) == "/dev/null");
             QVERIFY(!DeviceLink::create("/dev/zero", link, error)); // taken, by a live process
             QCOMPARE(error, -EEXIST);
         }
@@ -629,12 +437,10 @@ private slots:
         waitpid(child, nullptr, 0);
         QVERIFY(symlink("/dev/null", link.c_str()) == 0);
         QFile owner(folder.filePath(".ttyACM0.owner"));
-        QVERIFY(owner.open(QIODevice::WriteOnly));
-        owner.write(QByteArray::number(child) + " /dev/null\n");
+        QVERIFY(owner.open(QIODevice::WriteOnly) && owner.write(QByteArray::number(child) + " /dev/null\n") > 0);
         owner.close();
         auto taken = DeviceLink::create("/dev/zero", link, error);
-        QVERIFY(taken);
-        QCOMPARE(QFile::symLinkTarget(path), QString("/dev/zero"));
+        QVERIFY(taken && QFile::symLinkTarget(path) == "/dev/zero");
 
         // What is not ours any more is left alone.
         QVERIFY(unlink(link.c_str()) == 0 && symlink("/dev/full", link.c_str()) == 0);
@@ -643,7 +449,6 @@ private slots:
     }
 
 private:
-    static constexpr int AutoExposureBit = 0x1;
     static constexpr int AutoFocusBit = 0x2;
     static constexpr int AutoWhiteBalanceBit = 0x4;
 };

@@ -21,10 +21,7 @@ public:
     RawDevice(const RawDevice&) = delete;
     RawDevice& operator=(const RawDevice&) = delete;
 
-    int ioctl(unsigned long request, void* arg) const
-    {
-        return ::ioctl(m_fd, request, arg) < 0 ? -errno : 0;
-    }
+    int ioctl(unsigned long request, void* arg) const { return ::ioctl(m_fd, request, arg) < 0 ? -errno : 0; }
 
     template <typename T>
     T get(unsigned long request, T item = T()) const
@@ -84,11 +81,11 @@ public:
         return {};
     }
 
-    // The control's current value; text ones into the buffer given.
-    v4l2_ext_control current(__u32 id, char* text = nullptr, __u32 size = 0) const
+    // The control's current value, bitmasks as the unsigned numbers they are; text ones into text.
+    long long value(const v4l2_query_ext_ctrl& query, char* text = nullptr, __u32 size = 0) const
     {
         v4l2_ext_control control{};
-        control.id = id;
+        control.id = query.id;
         control.size = size;
         control.string = text;
         v4l2_ext_controls controls{};
@@ -96,23 +93,15 @@ public:
         controls.count = 1;
         controls.controls = &control;
         ioctl(VIDIOC_G_EXT_CTRLS, &controls);
-        return control;
-    }
-
-    // Bitmasks as the unsigned numbers they are.
-    long long value(const v4l2_query_ext_ctrl& query) const
-    {
-        const v4l2_ext_control control = current(query.id);
         if (query.type == V4L2_CTRL_TYPE_INTEGER64)
             return control.value64;
-        return query.type == V4L2_CTRL_TYPE_BITMASK ? static_cast<__u32>(control.value)
-                                                    : control.value;
+        return query.type == V4L2_CTRL_TYPE_BITMASK ? static_cast<__u32>(control.value) : control.value;
     }
 
-    std::string text(__u32 id) const
+    std::string text(const v4l2_query_ext_ctrl& query) const
     {
         char buffer[256] = {};
-        current(id, buffer, sizeof buffer);
+        value(query, buffer, sizeof buffer);
         return buffer;
     }
 
