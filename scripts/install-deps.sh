@@ -72,8 +72,12 @@ else
     exit 1
 fi
 export DEBIAN_FRONTEND=noninteractive
-if [ ${#missing[@]} -gt 0 ] || $stale_index; then
+if [ ${#missing[@]} -gt 0 ]; then
     "${apt_get[@]}" update -qq
+elif $stale_index; then
+    # Only the vivid test's kernel needs the index; without a mirror that
+    # test skips and says why, the others do not care.
+    "${apt_get[@]}" update -qq || echo "install-deps: apt-get update failed; the vivid test may be skipped" >&2
 fi
 if [ ${#missing[@]} -gt 0 ]; then
     "${apt_get[@]}" install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
