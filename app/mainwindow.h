@@ -79,6 +79,9 @@ protected slots:
     void clearConsole();
     void resetCameraSlot();
 
+private slots:
+    void scheduledSerialOpen();
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
@@ -91,6 +94,9 @@ private:
     void createDefaultImage();
     void clearDefaultImage();
     void destroyDefaultImage();
+    bool holdsWholePicture(const ImageAcquisition::IFrame& frame, int bytesPerPixel) const;
+    static QImage decodeCompressed(const ImageAcquisition::IFrame& frame);
+    QImage placeholder();
 
     void replaceCamera(ImageAcquisition::IStreamingCamera* successor);
     void updateCameraActions();

@@ -5,6 +5,10 @@
 
 #include <imageacquisition/imageacquisition.h>
 
+#include "imagelimits.h"
+
+#include <QBuffer>
+#include <QImageReader>
 #include <QPainter>
 #include <QPixmap>
 #include <QtPlugin>
@@ -16,7 +20,51 @@ Q_IMPORT_PLUGIN(MjpgImagePlugin)
 using namespace ImageAcquisition;
 
 namespace {
+
 const QSize kViewSize(640, 480);
+
+// Bytes a pixel of the raw codes the window wraps; 0 for every other code.
+int rawBytesPerPixel(const QString& code)
+{
+    if (code == "RGB3" || code == "BGR3")
+        return 3;
+    return code == "GRBG" ? 1 : 0;
+}
+
+} // namespace
+
+bool MainWindow::holdsWholePicture(const IFrame& frame, int bytesPerPixel) const
+{
+    if (imageWidth <= 0 || imageHeight <= 0 || !frame.getData())
+        return false;
+    const qint64 rowBytes = qint64(imageWidth) * bytesPerPixel;
+    if (bytesPerLine < rowBytes)
+        return false;
+    // The last row's padding is never read, so a frame may end without it.
+    return frame.getSize() >= qint64(bytesPerLine) * (imageHeight - 1) + rowBytes;
+}
+
+QImage MainWindow::decodeCompressed(const IFrame& frame)
+{
+    if (!frame.getData() || frame.getSize() <= 0)
+        return QImage();
+    // The header's size is checked before anything is decoded: one flipped
+    // bit there would otherwise have the reader allocate gigabytes.
+    QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(frame.getData()), frame.getSize());
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader header(&buffer, "MJPG");
+    if (!ImageLimits::allowed(header.size()))
+        return QImage();
+    return QImage::fromData(frame.getData(), frame.getSize(), "MJPG");
+}
+
+QImage MainWindow::placeholder()
+{
+    if (!defaultImage || defaultImage->isNull())
+        return QImage();
+    clearDefaultImage();
+    return *defaultImage;
 }
 
 void MainWindow::refreshSlot()
@@ -35,7 +83,12 @@ void MainWindow::refreshSlot()
     }
 
     QImage picture;
-    if (pixelFormat == "RGB3") {
+    const int rawDepth = rawBytesPerPixel(pixelFormat);
+    if (rawDepth > 0 && !holdsWholePicture(*frame, rawDepth)) {
+        // A short frame would be read past its end; it is shown as a frame
+        // of a code the window cannot show.
+        picture = placeholder();
+    } else if (pixelFormat == "RGB3") {
         picture = QImage(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_RGB888);
     } else if (pixelFormat == "BGR3") {
         // Swapped from a named image: rgbSwapped() on a temporary would first
@@ -46,10 +99,9 @@ void MainWindow::refreshSlot()
     } else if (pixelFormat == "GRBG") {
         picture = QImage(frame->getData(), imageWidth, imageHeight, bytesPerLine, QImage::Format_Grayscale8);
     } else if (pixelFormat == "MJPG") {
-        picture = QImage::fromData(frame->getData(), frame->getSize(), "MJPG");
-    } else if (defaultImage) {
-        clearDefaultImage();
-        picture = *defaultImage;
+        picture = decodeCompressed(*frame);
+    } else {
+        picture = placeholder();
     }
 
     // Read now: a snapshot dialog inside displayImage runs a nested event
@@ -90,7 +142,10 @@ void MainWindow::displayImage(QImage& image, unsigned long long frameNumber)
 
 void MainWindow::createDefaultImage()
 {
-    defaultImage = new QImage(imageWidth, imageHeight, QImage::Format_RGB888);
+    // A size beyond any camera's is a corrupt report, not a reason to
+    // allocate gigabytes: the placeholder is then an empty picture.
+    const QSize size(imageWidth, imageHeight);
+    defaultImage = ImageLimits::allowed(size) ? new QImage(size, QImage::Format_RGB888) : new QImage();
 }
 
 void MainWindow::clearDefaultImage()

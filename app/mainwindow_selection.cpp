@@ -27,6 +27,8 @@ bool isPreferredFormat(IPixelFormat* format)
 
 QString intervalText(IFrameInterval* interval)
 {
+    if (!interval)
+        return QString();
     const double period = double(interval->getNumerator()) / double(interval->getDenominator());
     return QString("%1 (%2 fps)").arg(period, 0, 'f', 3).arg(1.0 / period, 0, 'g', -1);
 }
@@ -90,7 +92,7 @@ void MainWindow::cameraSelectionChanged(int index)
     if (camera) {
         updateFormatCombo();
         if (device->isKelvaneDevice())
-            QTimer::singleShot(500, this, SLOT(openSerialPort()));
+            QTimer::singleShot(500, this, SLOT(scheduledSerialOpen()));
     } else {
         // The device may be busy or still settling after being plugged in:
         // look again in a second, for as long as the list is not empty.
@@ -106,10 +108,10 @@ void MainWindow::updateFormatCombo()
         if (camera) {
             for (int i = 0; i < camera->getFormatCount(); ++i) {
                 IPixelFormat* format = camera->getFormat(i);
-                formatCombo->addItem(fromLayer(format->getDescription()));
+                formatCombo->addItem(fromLayer(format ? format->getDescription() : nullptr));
                 // The pump shows these two without a conversion of its own,
                 // so the last of them in the list is made current.
-                if (isPreferredFormat(format))
+                if (format && isPreferredFormat(format))
                     camera->setFormat(i, 0, 0);
             }
             setFormatToolTip(camera->getCurrentFormatIndex());
@@ -147,8 +149,10 @@ void MainWindow::updateResolutionCombo()
         if (format) {
             for (int i = 0; i < format->getResolutionCount(); ++i) {
                 IResolution* resolution = format->getResolution(i);
-                resolutionCombo->addItem(
-                    QString("%1x%2").arg(resolution->getWidth()).arg(resolution->getHeight()));
+                resolutionCombo->addItem(resolution ? QString("%1x%2")
+                                                          .arg(resolution->getWidth())
+                                                          .arg(resolution->getHeight())
+                                                    : QString());
             }
             resolutionCombo->setCurrentIndex(camera->getCurrentResolutionIndex());
         }

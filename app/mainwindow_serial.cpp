@@ -3,6 +3,8 @@
 
 #include "ui_mainwindow.h"
 
+#include <imageacquisition/imageacquisition.h>
+
 #include <QMessageBox>
 #include <QProcess>
 
@@ -20,6 +22,15 @@ bool lineHungUp(QSerialPort* port)
 }
 
 } // namespace
+
+void MainWindow::scheduledSerialOpen()
+{
+    // Within the half second another camera may have been selected, or this
+    // one unplugged: only one of the maker's cameras, still open, is linked.
+    const ImageAcquisition::IDevice* device = camera ? camera->getDevice() : nullptr;
+    if (device && device->isKelvaneDevice())
+        openSerialPort();
+}
 
 void MainWindow::openSerialPort()
 {
@@ -40,6 +51,11 @@ void MainWindow::openSerialPort()
             return;
     }
 
+    // Two selections within the half second schedule two openings. When
+    // fuser cannot tell that this program already holds the line, the port of
+    // the first is released here, or it would stay open, ownerless, holding
+    // the line's lock against every later opening.
+    closeSerialPort();
     serialPort = new QSerialPort(this);
     connect(serialPort, SIGNAL(readyRead()), this, SLOT(readSerialPortData()));
     connect(serialPort, SIGNAL(error(QSerialPort::SerialPortError)), this,

@@ -77,21 +77,23 @@ struct PixelFormat : IPixelFormat
     std::vector<Resolution> resolutions;
 };
 
-// Empty when it holds no bytes.
+// Empty when it holds no bytes, unless a test says otherwise (a driver's
+// frame that carries a picture of zero bytes).
 struct Frame : IFrame
 {
     explicit Frame(std::vector<unsigned char> data = {}, unsigned long long number = 1, TimeStamp stamp = {0, 0})
-        : data(std::move(data)), number(number), stamp(stamp)
+        : data(std::move(data)), number(number), stamp(stamp), empty(this->data.empty())
     {
     }
     int getSize() const override { return int(data.size()); }
     const unsigned char* getData() const override { return data.data(); }
     unsigned long long getFrameNumber() const override { return number; }
     TimeStamp getTimeStamp() const override { return stamp; }
-    bool isEmpty() const override { return data.empty(); }
+    bool isEmpty() const override { return empty; }
     std::vector<unsigned char> data;
     unsigned long long number;
     TimeStamp stamp;
+    bool empty;
 };
 
 // The base operations of every fake control kind. Calls are logged as

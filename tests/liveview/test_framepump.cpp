@@ -2,10 +2,36 @@
 
 #include <QBuffer>
 
+#include <algorithm>
+#include <atomic>
+
+#if defined(__SANITIZE_ADDRESS__)
+// The sanitizer runtime's allocation hooks; GCC ships no header for them.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onAllocation)(const volatile void*, size_t),
+                                                         void (*onRelease)(const volatile void*));
+#define TRACKS_ALLOCATIONS 1
+#endif
+
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 using Fake::Frame;
+
+const unsigned char kSof0[] = {0xFF, 0xC0};
+
+// The largest single allocation since the last reset, where the sanitizer
+// lets us see allocations at all.
+std::atomic<size_t> largestAllocation{0};
+
+#ifdef TRACKS_ALLOCATIONS
+void noteAllocation(const volatile void*, size_t size)
+{
+    size_t seen = largestAllocation.load();
+    while (size > seen && !largestAllocation.compare_exchange_weak(seen, size)) {
+    }
+}
+void noteRelease(const volatile void*) {}
+#endif
 
 Fake::DeviceSpec camera(const std::string& fourcc, unsigned w, unsigned h, int bytesPerLine)
 {
@@ -81,6 +107,57 @@ private slots:
         QCOMPARE(Fake::count("releaseFrame"), 4);
         QVERIFY(s.camera().handedOut.empty());
         QCOMPARE(s.camera().foreignReleases, 0);
+    }
+
+    void shortRawFramesShowBlackOfTheRunningSize()
+    {
+        for (const char* fourcc : {"RGB3", "BGR3", "GRBG"}) {
+            const int depth = fourcc == std::string("GRBG") ? 1 : 3;
+            const int w = 64, h = 48, line = w * depth;
+            Probe::Session s(camera(fourcc, w, h, line));
+            // Each in a buffer of its own exact size, so that AddressSanitizer
+            // catches a read past its end.
+            unsigned long long number = 10;
+            for (const size_t size : {size_t(line * h - 1), size_t(line * (h - 1)), size_t(line), size_t(0)}) {
+                Frame frame(Bytes(size, 0xFF), ++number);
+                frame.empty = false;
+                s.show(frame);
+                QCOMPARE(s.images.last().size(), QSize(w, h));
+                QCOMPARE(s.images.last().pixelColor(w - 1, h - 1), QColor(Qt::black));
+            }
+            // A whole frame after them is shown as ever; every frame counted and back.
+            s.show(Frame(Bytes(size_t(line * h), 0xFF), 20));
+            QCOMPARE(s.images.last().pixelColor(w - 1, h - 1), QColor(Qt::white));
+            QVERIFY(Probe::status(*s.window).startsWith("4:20 Fps: "));
+            QVERIFY(s.camera().handedOut.empty());
+        }
+    }
+
+    void jpegDeclaringAHugePictureIsNotDecoded()
+    {
+        Probe::Session s(camera("MJPG", 320, 240, 0));
+        Bytes bytes = jpeg(320, 240);
+        // The height and width of the frame header (SOF0), big-endian.
+        const auto sof = std::search(bytes.begin(), bytes.end(), std::begin(kSof0), std::end(kSof0));
+        QVERIFY(sof != bytes.end());
+#ifdef TRACKS_ALLOCATIONS
+        __sanitizer_install_malloc_and_free_hooks(noteAllocation, noteRelease);
+#endif
+        for (const QSize& declared : {QSize(23170, 23170), QSize(65000, 65000), QSize(15361, 8), QSize(8000, 8000)}) {
+            Bytes hostile = bytes;
+            const auto at = size_t(sof - bytes.begin()) + 5;
+            hostile[at] = uchar(declared.height() >> 8);
+            hostile[at + 1] = uchar(declared.height());
+            hostile[at + 2] = uchar(declared.width() >> 8);
+            hostile[at + 3] = uchar(declared.width());
+            largestAllocation = 0;
+            s.show(Frame(hostile));
+            QVERIFY(s.images.last().isNull());
+            // Nothing near the size of the declared picture was asked for.
+            QVERIFY2(largestAllocation < 16u << 20, QByteArray::number(qulonglong(largestAllocation.load())));
+        }
+        s.show(Frame(bytes));
+        QCOMPARE(s.images.last().size(), QSize(320, 240));
     }
 
     void unknownCodeShowsBlackOfTheRunningSize()

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QScopeGuard>
 #include <QSerialPort>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -183,6 +184,33 @@ private slots:
         QCOMPARE(lines.size(), 2);
         QVERIFY(lines[1].startsWith("fuser /dev/ttyACM0: ("));
         QVERIFY(lines[1].contains(QString::number(QCoreApplication::applicationPid())));
+    }
+
+    void quickReselectionsLeaveOneOpenPort()
+    {
+        LINK_LINE_OR_SKIP();
+        // Without fuser a second opening cannot tell that the first holds the
+        // line; the first port must be released, not orphaned holding its lock.
+        QVERIFY(QFile::rename("fuser", "fuser.away"));
+        const auto restore = qScopeGuard([] { QFile::rename("fuser.away", "fuser"); });
+        MainWindow& window = openWindow(true);
+        const auto boxes = answerBoxes();
+        for (int i = 0; i < 3; ++i)
+            QMetaObject::invokeMethod(&window, "cameraSelectionChanged", Qt::DirectConnection, Q_ARG(int, 0));
+        QTRY_COMPARE(m_line->received(), QByteArray("\r"));
+        QTest::qWait(800);
+        QCOMPARE(boxes->handled, 0);
+        QCOMPARE(window.findChildren<QSerialPort*>().size(), 1);
+        QVERIFY(window.findChild<QSerialPort*>()->isOpen());
+
+        // The maker's camera gone within the half second: its opening does nothing.
+        QMetaObject::invokeMethod(&window, "cameraSelectionChanged", Qt::DirectConnection, Q_ARG(int, 0));
+        Fake::Layer::instance().devices.clear();
+        QMetaObject::invokeMethod(&window, "cameraSelectionChanged", Qt::DirectConnection, Q_ARG(int, 0));
+        QTest::qWait(800);
+        QVERIFY(!window.findChild<QSerialPort*>());
+        QVERIFY(Probe::consoleText(window).isEmpty());
+        QCOMPARE(boxes->handled, 0);
     }
 
     void lineThatCannotBeOpenedShowsError()

@@ -7,6 +7,8 @@
 # The kernel found no /dev/console in the archive, so init started without
 # standard streams; take them from the console now that devtmpfs has it.
 exec </dev/console >/dev/console 2>&1
+# Tells the host that the machine booted and its tests begin.
+echo "V4L2-GUEST-BOOT"
 /bin/busybox --install -s /bin
 export PATH=/bin
 mount -t proc proc /proc
