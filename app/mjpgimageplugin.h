@@ -18,7 +18,8 @@ public:
     QImageIOHandler* create(QIODevice* device, const QByteArray& format = QByteArray()) const override;
 
 private:
-    // Two: the picture on show while the next one is decoded, and one more
-    // for a receiver of the window's pictures that lets go a tick late.
-    mutable PicturePool m_pool{2};
+    // One: the frame pump lets go of its picture at the end of each tick,
+    // so the last picture is free again by the next frame. More would only
+    // keep memory (33 MB a picture at 3840x2160) after the stream stops.
+    mutable PicturePool m_pool{1};
 };
