@@ -192,9 +192,9 @@ private slots:
         QRandomGenerator random(7);
         for (const auto& row : rows) {
             const int w = row.size.width(), h = row.size.height();
-            auto spec = Probe::camera(row.fourcc, unsigned(w), unsigned(h));
-            spec.formats[0].resolutions[0].bytesPerLine = w * row.bytesPerPixel;
-            Probe::Session s(spec);
+            auto device = Probe::camera(row.fourcc, unsigned(w), unsigned(h));
+            device.formats[0].resolutions[0].bytesPerLine = w * row.bytesPerPixel;
+            Probe::Session s(device);
             std::vector<unsigned char> bytes(size_t(w * h * row.bytesPerPixel));
             for (unsigned char& byte : bytes)
                 byte = uchar(random.bounded(256));
