@@ -39,6 +39,27 @@ inline QByteArray encode(const QImage& picture, int subsampling, int flags = 0)
     return result == 0 ? QByteArray(reinterpret_cast<const char*>(data), int(size)) : QByteArray();
 }
 
+// A CMYK frame (stored as YCCK), as some still cameras write them.
+inline QByteArray cmykFrame(int width, int height)
+{
+    const QImage rgb = pattern(width, height);
+    QByteArray cmyk(width * height * 4, 0);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            for (int c = 0; c < 3; ++c)
+                cmyk[(y * width + x) * 4 + c] = char(255 - rgb.constScanLine(y)[3 * x + c]);
+            cmyk[(y * width + x) * 4 + 3] = char(x % 64);
+        }
+    }
+    const std::unique_ptr<void, int (*)(tjhandle)> compressor(tjInitCompress(), tjDestroy);
+    unsigned char* data = nullptr;
+    unsigned long size = 0;
+    const int result = tjCompress2(compressor.get(), reinterpret_cast<const uchar*>(cmyk.constData()), width, 0,
+                                   height, TJPF_CMYK, &data, &size, TJSAMP_444, 90, 0);
+    const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(data, tjFree);
+    return result == 0 ? QByteArray(reinterpret_cast<const char*>(data), int(size)) : QByteArray();
+}
+
 inline QByteArray frame(int width, int height, int subsampling = TJSAMP_420)
 {
     return encode(pattern(width, height), subsampling);

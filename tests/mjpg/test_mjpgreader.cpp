@@ -92,6 +92,11 @@ private slots:
                 QCOMPARE(headerSize(jpeg), size);
             }
         }
+        // libjpeg-turbo makes no RGB of CMYK; Qt's reader does, for us too.
+        const QByteArray cmyk = JpegFrames::cmykFrame(40, 24);
+        QVERIFY(!cmyk.isEmpty() && !ours(cmyk).isNull());
+        QCOMPARE(ours(cmyk), qts(cmyk));
+        QCOMPARE(headerSize(cmyk), QSize(40, 24));
     }
 
     void damagedFramesAsQtsReaderSeesThem()
