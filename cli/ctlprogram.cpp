@@ -7,6 +7,7 @@
 #include "getcommand.h"
 #include "infocommand.h"
 #include "listcommand.h"
+#include "profilecommand.h"
 #include "resetcommand.h"
 #include "setcommand.h"
 
@@ -36,6 +37,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new GetCommand);
     m_commands.emplace_back(new SetCommand);
     m_commands.emplace_back(new ResetCommand);
+    m_commands.emplace_back(new ProfileCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
