@@ -5,6 +5,7 @@
 #include "controlscommand.h"
 #include "formatscommand.h"
 #include "getcommand.h"
+#include "grabcommand.h"
 #include "infocommand.h"
 #include "listcommand.h"
 #include "profilecommand.h"
@@ -38,6 +39,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new SetCommand);
     m_commands.emplace_back(new ResetCommand);
     m_commands.emplace_back(new ProfileCommand);
+    m_commands.emplace_back(new GrabCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
