@@ -11,6 +11,7 @@
 #include "profilecommand.h"
 #include "resetcommand.h"
 #include "setcommand.h"
+#include "statscommand.h"
 
 #include <ctlerror.h>
 
@@ -40,6 +41,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new ResetCommand);
     m_commands.emplace_back(new ProfileCommand);
     m_commands.emplace_back(new GrabCommand);
+    m_commands.emplace_back(new StatsCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
