@@ -9,6 +9,7 @@
 #include "infocommand.h"
 #include "listcommand.h"
 #include "profilecommand.h"
+#include "recordcommand.h"
 #include "resetcommand.h"
 #include "setcommand.h"
 #include "statscommand.h"
@@ -42,6 +43,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new ProfileCommand);
     m_commands.emplace_back(new GrabCommand);
     m_commands.emplace_back(new StatsCommand);
+    m_commands.emplace_back(new RecordCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
