@@ -9,6 +9,7 @@
 #include "infocommand.h"
 #include "listcommand.h"
 #include "profilecommand.h"
+#include "doctorcommand.h"
 #include "recordcommand.h"
 #include "resetcommand.h"
 #include "setcommand.h"
@@ -44,6 +45,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new GrabCommand);
     m_commands.emplace_back(new StatsCommand);
     m_commands.emplace_back(new RecordCommand);
+    m_commands.emplace_back(new DoctorCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
