@@ -12,6 +12,7 @@
 #include "doctorcommand.h"
 #include "recordcommand.h"
 #include "resetcommand.h"
+#include "serialcommand.h"
 #include "setcommand.h"
 #include "statscommand.h"
 
@@ -46,6 +47,7 @@ CtlProgram::CtlProgram()
     m_commands.emplace_back(new StatsCommand);
     m_commands.emplace_back(new RecordCommand);
     m_commands.emplace_back(new DoctorCommand);
+    m_commands.emplace_back(new SerialCommand);
 }
 
 CtlProgram::~CtlProgram() = default;
