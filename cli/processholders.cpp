@@ -10,6 +10,8 @@ QStringList ProcessHolders::of(const QString& path)
 {
     const QString target = QFileInfo(path).canonicalFilePath();
     QStringList holders;
+    if (target.isEmpty())
+        return holders;
     const QString self = QString::number(getpid());
     const QStringList processes = QDir("/proc").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString& pid : processes) {
