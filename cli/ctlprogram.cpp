@@ -125,6 +125,9 @@ int CtlProgram::runCommand(Command& command, const QStringList& arguments, Comma
     } catch (const Tarvello::CtlError& error) {
         output.out().flush();
         output.err() << program << ": " << error.message() << '\n';
+        // A missing or unopenable camera usually has a cause doctor can name.
+        if (error.message().startsWith("No camera found") || error.message().contains("cannot be opened"))
+            output.err() << "'tarvello-ctl doctor' may tell why.\n";
         return error.exitCode();
     } catch (const std::exception& error) {
         output.out().flush();

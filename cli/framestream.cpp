@@ -38,6 +38,7 @@ FrameStream::FrameStream(IStreamingCamera& camera, const QString& cameraNode, do
         m_camera.releaseBuffers();
         fail("Starting the stream", status);
     }
+    m_sinceFrame.start();
 }
 
 FrameStream::~FrameStream()
@@ -54,8 +55,10 @@ IFrame* FrameStream::next(int timeoutMs)
     sinceCheck.start();
     for (;;) {
         IFrame* frame = m_camera.getFrame();
-        if (frame && !frame->isEmpty())
+        if (frame && !frame->isEmpty()) {
+            m_sinceFrame.restart();
             return frame;
+        }
         if (frame)
             m_camera.releaseFrame(frame);
         // An unplugged camera only gives empty frames; whether it is still
@@ -63,6 +66,9 @@ IFrame* FrameStream::next(int timeoutMs)
         if (sinceCheck.elapsed() >= patienceMs()) {
             if (!cameraPresent())
                 throw NoSuchCamera("The camera was unplugged while streaming.");
+            if (m_sinceFrame.elapsed() >= 10 * patienceMs())
+                throw CtlError(QString("The camera has sent no frame for %1 s.").arg(m_sinceFrame.elapsed() / 1000),
+                               CtlError::kFailed);
             sinceCheck.restart();
         }
         if (waited.elapsed() >= timeoutMs)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QString>
 
 namespace ImageAcquisition {
@@ -20,7 +21,9 @@ public:
     FrameStream& operator=(const FrameStream&) = delete;
 
     // The next frame with a picture, or null when none came within
-    // timeoutMs. Throws NoSuchCamera when the camera has been unplugged.
+    // timeoutMs. Throws NoSuchCamera when the camera has been unplugged, and
+    // CtlError when a camera still present has sent nothing for ten times
+    // the patience, so that no command waits for ever.
     ImageAcquisition::IFrame* next(int timeoutMs);
     // How long to wait for one frame before asking whether the camera is gone.
     int patienceMs() const;
@@ -32,4 +35,5 @@ private:
     ImageAcquisition::IStreamingCamera& m_camera;
     QString m_node;
     double m_rate;
+    QElapsedTimer m_sinceFrame;
 };
