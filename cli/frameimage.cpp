@@ -2,6 +2,10 @@
 
 #include "streamformat.h"
 
+#include <QBuffer>
+#include <QByteArray>
+#include <QImageReader>
+
 #include <algorithm>
 
 namespace {
@@ -23,7 +27,7 @@ QImage FrameImage::convert(const StreamFormat& format, const unsigned char* data
     if (!data || size <= 0)
         return QImage();
     if (format.fourcc == "MJPG")
-        return QImage::fromData(data, size, "JPEG");
+        return fromJpeg(data, size);
     const int minimumBytesPerLine = format.fourcc == "GRBG" ? format.width : format.fourcc == "YUYV" ? format.width * 2 : format.width * 3;
     if (format.bytesPerLine < minimumBytesPerLine || qint64(size) < qint64(format.bytesPerLine) * format.height)
         return QImage();
@@ -36,6 +40,24 @@ QImage FrameImage::convert(const StreamFormat& format, const unsigned char* data
     if (format.fourcc == "GRBG")
         return fromGrbg(format, data);
     return QImage();
+}
+
+QImage FrameImage::fromJpeg(const unsigned char* data, int size)
+{
+    // Nothing in a frame's JPEG header is checked by the camera: a corrupt
+    // one may declare a picture far larger than any camera sends, and
+    // decoding it would only allocate memory for noise.
+    constexpr int kMaxDimension = 15360;
+    constexpr qint64 kMaxPixels = 33177600;
+    QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), size);
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, "JPEG");
+    const QSize declared = reader.size();
+    if (!declared.isValid() || declared.isEmpty() || declared.width() > kMaxDimension || declared.height() > kMaxDimension
+        || qint64(declared.width()) * declared.height() > kMaxPixels)
+        return QImage();
+    return reader.read();
 }
 
 QImage FrameImage::fromYuyv(const StreamFormat& format, const unsigned char* data)

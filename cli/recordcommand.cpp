@@ -48,6 +48,7 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     const QString path = parser.value("output");
     VideoRecorder recorder(path, format);
     int recorded = 0;
+    int skipped = 0;
     {
         FrameStream stream(open.camera(), open.entry().node, format.nominalRate());
         QElapsedTimer clock;
@@ -65,24 +66,28 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
             if (!frame)
                 continue;
             const IFrame::TimeStamp stamp = frame->getTimeStamp();
+            bool stored = false;
             try {
-                if (frame->getSize() > 0)
-                    recorder.write(frame->getData(), frame->getSize(), stamp.seconds * 1000000 + stamp.microseconds);
+                stored = recorder.write(frame->getData(), frame->getSize(), stamp.seconds * 1000000 + stamp.microseconds);
             } catch (...) {
                 stream.release(frame);
                 throw;
             }
-            if (frame->getSize() > 0)
-                ++recorded;
             stream.release(frame);
+            if (stored)
+                ++recorded;
+            else
+                ++skipped;
         }
     }
     recorder.finish();
+    if (skipped > 0)
+        output.err() << "Left out " << skipped << " frames shorter than " << format.text() << " needs.\n";
     const QString how = format.fourcc == "MJPG" ? "stored as sent" : "encoded losslessly";
     if (json(parser))
         output.printJson(QJsonObject{{"file", path}, {"frames", recorded}, {"format", format.fourcc},
                                      {"codec", recorder.codecName()}, {"width", format.width},
-                                     {"height", format.height}});
+                                     {"height", format.height}, {"skipped", skipped}});
     else
         output.out() << "Recorded " << recorded << " frames (" << format.text() << ", " << recorder.codecName() << ", "
                      << how << ") to " << path << ".\n";

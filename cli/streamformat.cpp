@@ -31,7 +31,10 @@ StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& par
         QStringList offered;
         formatIndex = -1;
         for (int i = 0; i < camera.getFormatCount(); ++i) {
-            const QString fourcc = layerText(camera.getFormat(i)->getFourCC());
+            const IPixelFormat* candidate = camera.getFormat(i);
+            if (!candidate)
+                continue;
+            const QString fourcc = layerText(candidate->getFourCC());
             offered << fourcc;
             if (fourcc.compare(parser.value("format"), Qt::CaseInsensitive) == 0 && formatIndex < 0)
                 formatIndex = i;
@@ -51,6 +54,8 @@ StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& par
         resolutionIndex = -1;
         for (int i = 0; i < format->getResolutionCount(); ++i) {
             IResolution* r = format->getResolution(i);
+            if (!r)
+                continue;
             offered << QString("%1x%2").arg(r->getWidth()).arg(r->getHeight());
             if (size.hasMatch() && r->getWidth() == size.captured(1).toUInt() && r->getHeight() == size.captured(2).toUInt())
                 resolutionIndex = i;
@@ -77,6 +82,8 @@ StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& par
         double best = 1e300;
         for (int i = 0; i < resolution->getFrameIntervalCount(); ++i) {
             IFrameInterval* interval = resolution->getFrameInterval(i);
+            if (!interval || interval->getNumerator() <= 0 || interval->getDenominator() <= 0)
+                continue;
             offered << QString("%1/%2").arg(interval->getNumerator()).arg(interval->getDenominator());
             if (parser.isSet("interval")) {
                 if (qlonglong(interval->getNumerator()) * fraction.captured(2).toLongLong()
@@ -95,7 +102,7 @@ StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& par
                                .arg(parser.value("interval"), offered.join(", ")));
     }
     IFrameInterval* interval = resolution->getFrameInterval(intervalIndex);
-    if (!interval)
+    if (!interval || interval->getNumerator() <= 0 || interval->getDenominator() <= 0)
         throw BadInput("This size offers no frame interval.");
     if (!camera.setFormat(formatIndex, resolutionIndex, intervalIndex))
         throw CtlError("The camera refused the format (is it streaming in another program?).", CtlError::kRefused);

@@ -161,8 +161,10 @@ void VideoRecorder::release()
     m_container = nullptr;
 }
 
-void VideoRecorder::write(const unsigned char* data, int size, qint64 timestampMicroseconds)
+bool VideoRecorder::write(const unsigned char* data, int size, qint64 timestampMicroseconds)
 {
+    if (!data || size <= 0 || (m_encoder && qint64(size) < qint64(m_format.bytesPerLine) * m_format.height))
+        return false;
     if (m_firstTimestamp < 0)
         m_firstTimestamp = timestampMicroseconds;
     // Time stamps must grow; two frames with the same stamp are kept one
@@ -181,11 +183,8 @@ void VideoRecorder::write(const unsigned char* data, int size, qint64 timestampM
         m_packet->stream_index = m_stream->index;
         av_packet_rescale_ts(m_packet, kMicroseconds, m_stream->time_base);
         check(av_interleaved_write_frame(m_container, m_packet), "Writing a frame");
-        return;
+        return true;
     }
-    if (qint64(size) < qint64(m_format.bytesPerLine) * m_format.height)
-        throw CtlError(QString("A frame of %1 bytes is too short for %2.").arg(size).arg(m_format.text()),
-                       CtlError::kFailed);
     const uint8_t* planes[4] = {data, nullptr, nullptr, nullptr};
     const int strides[4] = {m_format.bytesPerLine, 0, 0, 0};
     check(av_frame_make_writable(m_frame), "Preparing a frame");
@@ -193,6 +192,7 @@ void VideoRecorder::write(const unsigned char* data, int size, qint64 timestampM
     m_frame->pts = pts;
     check(avcodec_send_frame(m_encoder, m_frame), "Encoding a frame");
     writePackets();
+    return true;
 }
 
 void VideoRecorder::writePackets()

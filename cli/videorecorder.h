@@ -30,7 +30,9 @@ public:
     VideoRecorder& operator=(const VideoRecorder&) = delete;
 
     static bool canRecord(const QString& fourcc);
-    void write(const unsigned char* data, int size, qint64 timestampMicroseconds);
+    // False when the frame was left out: a raw frame shorter than its
+    // format needs (cut short on the bus) has no picture to store.
+    bool write(const unsigned char* data, int size, qint64 timestampMicroseconds);
     void finish();
     QString codecName() const;
 

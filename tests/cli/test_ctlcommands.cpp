@@ -2,7 +2,10 @@
 // camera can be unplugged under them, and the stream arithmetic of stats.
 #include <commandoutput.h>
 #include <ctlprogram.h>
+#include <frameimage.h>
+#include <streamformat.h>
 #include <streamstatistics.h>
+#include <videorecorder.h>
 
 #include <imageacquisition/virtualcameras.h>
 
@@ -100,6 +103,34 @@ private slots:
         const QString answer = QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
         QCOMPARE(probe.exitCode(), 0);
         QVERIFY2(answer.startsWith("mjpeg,") && answer.section(',', 1).toInt() > 0, qPrintable(answer));
+    }
+
+    void damagedFramesAreLeftOutNotDecoded()
+    {
+        StreamFormat rgb;
+        rgb.fourcc = "RGB3";
+        rgb.width = 64;
+        rgb.height = 48;
+        rgb.bytesPerLine = 64 * 3;
+        const QByteArray whole(rgb.bytesPerLine * rgb.height, '\x40');
+        const auto bytes = [](const QByteArray& a) { return reinterpret_cast<const unsigned char*>(a.constData()); };
+        QCOMPARE(FrameImage::convert(rgb, bytes(whole), whole.size()).size(), QSize(64, 48));
+        QVERIFY(FrameImage::convert(rgb, bytes(whole), whole.size() - 1).isNull());
+        QVERIFY(FrameImage::convert(rgb, nullptr, 0).isNull());
+
+        // A JPEG header claiming 65500 x 65500 pixels, and plain noise.
+        StreamFormat mjpg = rgb;
+        mjpg.fourcc = "MJPG";
+        const QByteArray huge = QByteArray::fromHex("ffd8ffc0000b08ffdcffdc01011100ffda0008010100003f00ffd9");
+        QVERIFY(FrameImage::convert(mjpg, bytes(huge), huge.size()).isNull());
+        const QByteArray noise(1000, '\x17');
+        QVERIFY(FrameImage::convert(mjpg, bytes(noise), noise.size()).isNull());
+
+        QTemporaryDir dir;
+        VideoRecorder recorder(dir.filePath("short.mkv"), rgb);
+        QVERIFY(!recorder.write(bytes(whole), whole.size() / 2, 0));
+        QVERIFY(recorder.write(bytes(whole), whole.size(), 0));
+        recorder.finish();
     }
 
     void statisticsCountGapsLateFramesAndRate()
