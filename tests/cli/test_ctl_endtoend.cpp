@@ -285,6 +285,15 @@ private slots:
         const QJsonArray findings = json(fine).toArray();
         QVERIFY2(QJsonDocument(findings).toJson().contains("is installed"), qPrintable(fine.out));
         CHECK_RUN(ctl({"doctor", "--user", "no-such-user-here"}), 2);
+
+        // A serial line some program keeps open is named with that program.
+        QFile line(root.filePath("dev/ttyACM0"));
+        QVERIFY(line.open(QIODevice::ReadWrite));
+        line.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadOther
+                            | QFileDevice::WriteOther);
+        const Result held = ctl({"doctor", "--dev-root", root.filePath("dev"), "--udev-rules-dirs", root.filePath("rules")});
+        CHECK_RUN(held, 1);
+        QVERIFY2(held.out.contains(QString("ttyACM0 is held by %1 (").arg(::getpid())), qPrintable(held.out));
     }
 
     void serialShowsWhatTheCameraSays()
