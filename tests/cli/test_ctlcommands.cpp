@@ -105,6 +105,29 @@ private slots:
         QVERIFY2(answer.startsWith("mjpeg,") && answer.section(',', 1).toInt() > 0, qPrintable(answer));
     }
 
+    void serialShowsWhatTheCameraSaysAndSends()
+    {
+        // The camera's own pseudo-terminal, wherever /dev/ttyACM0 points.
+        const QString line = QString::fromStdString(
+            ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+        if (line.isEmpty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        Run run{0, QString(), QString()};
+        CommandOutput output(&run.out, &run.err);
+        run.status = CtlProgram().run({"tarvello-ctl", "serial", "-d", "virtual", "--port", line, "--send", "help",
+                                       "--duration", "1.5"},
+                                      output);
+        // Several virtual cameras match "virtual": refused before the line is touched.
+        QCOMPARE(run.status, 3);
+        run.out.clear();
+        run.status = CtlProgram().run({"tarvello-ctl", "serial", "--port", line, "--send", "help", "--duration", "1.5"},
+                                      output);
+        output.out().flush();
+        QCOMPARE(run.status, 0);
+        QVERIFY2(run.out.contains("commands: status") && run.out.contains("Ready."), qPrintable(run.out));
+        QVERIFY(QRegularExpression("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}  ").match(run.out).hasMatch());
+    }
+
     void damagedFramesAreLeftOutNotDecoded()
     {
         StreamFormat rgb;
