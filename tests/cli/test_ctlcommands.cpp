@@ -156,6 +156,50 @@ private slots:
         recorder.finish();
     }
 
+    void rawFramesComeBackBitExact_data()
+    {
+        QTest::addColumn<QString>("fourcc");
+        QTest::addColumn<int>("bytesPerPixel");
+        QTest::addColumn<QString>("decodedAs");
+        QTest::newRow("RGB3") << "RGB3" << 3 << "rgb24";
+        QTest::newRow("BGR3") << "BGR3" << 3 << "bgr24";
+        QTest::newRow("YUYV") << "YUYV" << 2 << "yuyv422";
+        QTest::newRow("GRBG") << "GRBG" << 1 << "gray";
+    }
+
+    void rawFramesComeBackBitExact()
+    {
+        QFETCH(QString, fourcc);
+        QFETCH(int, bytesPerPixel);
+        QFETCH(QString, decodedAs);
+        const QString ffmpeg = QStandardPaths::findExecutable("ffmpeg");
+        if (ffmpeg.isEmpty())
+            QSKIP("ffmpeg is not installed (package ffmpeg)");
+        StreamFormat format;
+        format.fourcc = fourcc;
+        format.width = 64;
+        format.height = 48;
+        format.bytesPerLine = 64 * bytesPerPixel;
+        QByteArray frames;
+        QTemporaryDir dir;
+        const QString file = dir.filePath("exact.mkv");
+        {
+            VideoRecorder recorder(file, format);
+            for (int frame = 0; frame < 2; ++frame) {
+                QByteArray bytes(format.bytesPerLine * format.height, '\0');
+                for (int i = 0; i < bytes.size(); ++i)
+                    bytes[i] = char((i * 7 + frame * 31 + i / 97) & 0xff);
+                QVERIFY(recorder.write(reinterpret_cast<const unsigned char*>(bytes.constData()), bytes.size(),
+                                       frame * 16667));
+                frames += bytes;
+            }
+        }
+        QProcess decode;
+        decode.start(ffmpeg, {"-v", "error", "-i", file, "-f", "rawvideo", "-pix_fmt", decodedAs, "-"});
+        QVERIFY(decode.waitForFinished(60000));
+        QCOMPARE(decode.readAllStandardOutput(), frames);
+    }
+
     void statisticsCountGapsLateFramesAndRate()
     {
         StreamStatistics statistics(10.0);
