@@ -2,6 +2,8 @@
 
 #include "streamformat.h"
 
+#include <imageacquisition/picturelimits.h>
+
 #include <QBuffer>
 #include <QByteArray>
 #include <QImageReader>
@@ -44,18 +46,14 @@ QImage FrameImage::convert(const StreamFormat& format, const unsigned char* data
 
 QImage FrameImage::fromJpeg(const unsigned char* data, int size)
 {
-    // Nothing in a frame's JPEG header is checked by the camera: a corrupt
-    // one may declare a picture far larger than any camera sends, and
-    // decoding it would only allocate memory for noise.
-    constexpr int kMaxDimension = 15360;
-    constexpr qint64 kMaxPixels = 33177600;
     QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), size);
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, "JPEG");
     const QSize declared = reader.size();
-    if (!declared.isValid() || declared.isEmpty() || declared.width() > kMaxDimension || declared.height() > kMaxDimension
-        || qint64(declared.width()) * declared.height() > kMaxPixels)
+    // The header is checked before anything is decoded: one flipped bit in
+    // it would otherwise have the reader allocate gigabytes.
+    if (!ImageAcquisition::PictureLimits::allowed(declared.width(), declared.height()))
         return QImage();
     return reader.read();
 }
