@@ -1,22 +1,19 @@
 #pragma once
 
+#include <imageacquisition/picturelimits.h>
+
 #include <QSize>
 
-// The largest picture the window decodes. Cameras of the layer go up to
-// 3840x2160; a compressed frame declaring more than four such pictures, or a
-// side longer than four of theirs, carries a corrupt header, and decoding it
-// would only allocate memory for noise.
+// The layer's picture limits for Qt's sizes: everything that decodes a
+// frame in the window asks here first.
 namespace ImageLimits {
 
-constexpr int kMaxPictureDimension = 15360;
-constexpr qint64 kMaxPicturePixels = 33177600;
+constexpr int kMaxPictureDimension = ImageAcquisition::PictureLimits::kMaxDimension;
+constexpr qint64 kMaxPicturePixels = ImageAcquisition::PictureLimits::kMaxPixels;
 
-// False as well for a size the reader could not tell: such data is no
-// picture the window can show.
 inline bool allowed(const QSize& size)
 {
-    return size.isValid() && !size.isEmpty() && size.width() <= kMaxPictureDimension
-        && size.height() <= kMaxPictureDimension && qint64(size.width()) * size.height() <= kMaxPicturePixels;
+    return size.isValid() && ImageAcquisition::PictureLimits::allowed(size.width(), size.height());
 }
 
 } // namespace ImageLimits

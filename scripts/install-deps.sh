@@ -10,11 +10,13 @@ for group in "$@"; do
     case "$group" in
     build)
         packages+=(cmake make g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
-                   libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core) ;;
+                   libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core
+                   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev) ;;
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;
     test)
-        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file) ;;
+        # ffmpeg brings ffprobe, which examines what tarvello-ctl records.
+        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file ffmpeg) ;;
     package)
         packages+=(dpkg-dev file) ;;
     bench)

@@ -21,4 +21,5 @@
 #include "iframeinterval.h"
 #include "ipixelformat.h"
 #include "iresolution.h"
+#include "picturelimits.h"
 #include "istreamingcamera.h"

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+namespace ImageAcquisition {
+class IDevice;
+}
+
+namespace Tarvello {
+
+// What identifies one listed camera, copied out of the layer's device so it
+// outlives the device list it came from.
+struct CameraEntry
+{
+    int index = -1;
+    QString node;
+    QString name;
+    QString serial;
+    QString vendorId;
+    QString productId;
+    QString busInfo;
+    bool kelvane = false;
+
+    static CameraEntry from(const ImageAcquisition::IDevice& device, int index);
+    // One line for lists of candidates in messages.
+    QString summary() const;
+};
+
+} // namespace Tarvello

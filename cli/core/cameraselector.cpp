@@ -1,0 +1,83 @@
+#include "cameraselector.h"
+
+#include "nosuchcamera.h"
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <QFileInfo>
+
+#include <functional>
+#include <memory>
+
+namespace Tarvello {
+
+using namespace ImageAcquisition;
+
+CameraSelector::CameraSelector(QVector<CameraEntry> cameras) : m_cameras(std::move(cameras)) {}
+
+QVector<CameraEntry> CameraSelector::presentCameras()
+{
+    const std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
+    QVector<CameraEntry> cameras;
+    for (int i = 0; list && i < list->getDeviceCount(); ++i) {
+        if (const IDevice* device = list->getDevice(i))
+            cameras.append(CameraEntry::from(*device, i));
+    }
+    return cameras;
+}
+
+int CameraSelector::select(const QString& selector) const
+{
+    if (m_cameras.isEmpty())
+        throw NoSuchCamera("No camera found.");
+    const QString wanted = selector.trimmed();
+    if (wanted.isEmpty())
+        return defaultIndex();
+
+    const std::function<bool(const CameraEntry&)> wholeMatches[] = {
+        [&](const CameraEntry& c) { return QString::number(c.index) == wanted; },
+        [&](const CameraEntry& c) {
+            return !c.node.isEmpty()
+                   && (c.node == wanted || (!wanted.contains('/') && QFileInfo(c.node).fileName() == wanted));
+        },
+        [&](const CameraEntry& c) { return !c.serial.isEmpty() && c.serial == wanted; },
+        [&](const CameraEntry& c) { return !c.busInfo.isEmpty() && c.busInfo == wanted; },
+        [&](const CameraEntry& c) { return c.name.contains(wanted, Qt::CaseInsensitive); },
+    };
+    for (const auto& matches : wholeMatches) {
+        QVector<int> found;
+        for (const CameraEntry& camera : m_cameras) {
+            if (matches(camera))
+                found.append(camera.index);
+        }
+        if (found.size() == 1)
+            return found.first();
+        if (found.size() > 1)
+            throw NoSuchCamera(QString("'%1' matches several cameras:\n%2").arg(wanted, candidates(found)));
+    }
+    QVector<int> all;
+    for (const CameraEntry& camera : m_cameras)
+        all.append(camera.index);
+    throw NoSuchCamera(QString("No camera matches '%1'. Cameras present:\n%2").arg(wanted, candidates(all)));
+}
+
+int CameraSelector::defaultIndex() const
+{
+    for (const CameraEntry& camera : m_cameras) {
+        if (camera.kelvane)
+            return camera.index;
+    }
+    return m_cameras.first().index;
+}
+
+QString CameraSelector::candidates(const QVector<int>& indexes) const
+{
+    QStringList lines;
+    for (const CameraEntry& camera : m_cameras) {
+        if (indexes.contains(camera.index))
+            lines << "  " + camera.summary();
+    }
+    return lines.join('\n');
+}
+
+} // namespace Tarvello

@@ -1,0 +1,39 @@
+#include "infocommand.h"
+
+#include "commandoutput.h"
+#include "texttable.h"
+
+#include <ctlerror.h>
+#include <deviceproperties.h>
+#include <opencamera.h>
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <QJsonObject>
+
+using namespace Tarvello;
+
+QString InfoCommand::name() const { return "info"; }
+QString InfoCommand::summary() const { return "Show every property of the camera."; }
+void InfoCommand::setUp(QCommandLineParser&) const {}
+
+int InfoCommand::run(const QCommandLineParser& parser, CommandOutput& output)
+{
+    const OpenCamera open(device(parser));
+    const ImageAcquisition::IDevice* described = open.camera().getDevice();
+    if (!described)
+        throw CtlError(QString("%1 does not describe itself.").arg(open.entry().name), CtlError::kFailed);
+    const QVector<DeviceProperties::Property> properties = DeviceProperties::of(*described);
+    if (json(parser)) {
+        QJsonObject object{{"index", open.entry().index}};
+        for (const auto& property : properties)
+            object[property.first] = property.second;
+        output.printJson(object);
+        return 0;
+    }
+    TextTable table({"PROPERTY", "VALUE"});
+    for (const auto& property : properties)
+        table.addRow({property.first, property.second});
+    table.print(output.out());
+    return 0;
+}
