@@ -8,16 +8,11 @@
 #include <QByteArray>
 #include <QImageReader>
 
-#include <algorithm>
+#include <memory>
 
-namespace {
-
-unsigned char clamp(int value)
-{
-    return static_cast<unsigned char>(std::min(255, std::max(0, value)));
+extern "C" {
+#include <libswscale/swscale.h>
 }
-
-} // namespace
 
 bool FrameImage::canConvert(const QString& fourcc)
 {
@@ -38,9 +33,9 @@ QImage FrameImage::convert(const StreamFormat& format, const unsigned char* data
     if (format.fourcc == "BGR3")
         return QImage(data, format.width, format.height, format.bytesPerLine, QImage::Format_RGB888).rgbSwapped();
     if (format.fourcc == "YUYV")
-        return fromYuyv(format, data);
+        return throughSwscale(format, data, AV_PIX_FMT_YUYV422);
     if (format.fourcc == "GRBG")
-        return fromGrbg(format, data);
+        return throughSwscale(format, data, AV_PIX_FMT_BAYER_GRBG8);
     return QImage();
 }
 
@@ -58,44 +53,22 @@ QImage FrameImage::fromJpeg(const unsigned char* data, int size)
     return reader.read();
 }
 
-QImage FrameImage::fromYuyv(const StreamFormat& format, const unsigned char* data)
+QImage FrameImage::throughSwscale(const StreamFormat& format, const unsigned char* data, int source)
 {
+    // Packed YUV and the Bayer mosaic are FFmpeg's daily bread: its
+    // converter (the same one the recorder uses) does them, with a proper
+    // demosaic, straight into the picture's rows.
+    const std::unique_ptr<SwsContext, void (*)(SwsContext*)> context(
+        sws_getContext(format.width, format.height, AVPixelFormat(source), format.width, format.height,
+                       AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr),
+        sws_freeContext);
+    if (!context)
+        return QImage();
     QImage image(format.width, format.height, QImage::Format_RGB888);
-    for (int y = 0; y < format.height; ++y) {
-        const unsigned char* in = data + qint64(y) * format.bytesPerLine;
-        unsigned char* out = image.scanLine(y);
-        for (int x = 0; x < format.width; ++x) {
-            // BT.601 studio range, two pixels sharing one U and V.
-            const int luma = 298 * (in[x * 2] - 16);
-            const int pair = (x & ~1) * 2;
-            const int u = in[pair + 1] - 128;
-            const int v = in[pair + 3] - 128;
-            out[x * 3] = clamp((luma + 409 * v + 128) >> 8);
-            out[x * 3 + 1] = clamp((luma - 100 * u - 208 * v + 128) >> 8);
-            out[x * 3 + 2] = clamp((luma + 516 * u + 128) >> 8);
-        }
-    }
-    return image;
-}
-
-QImage FrameImage::fromGrbg(const StreamFormat& format, const unsigned char* data)
-{
-    // Each 2x2 cell (G R / B G) gives all four of its pixels one colour:
-    // enough to look at, and every byte of the mosaic is used.
-    QImage image(format.width, format.height, QImage::Format_RGB888);
-    for (int y = 0; y < format.height; ++y) {
-        const int top = y & ~1;
-        const int bottom = std::min(top + 1, format.height - 1);
-        const unsigned char* even = data + qint64(top) * format.bytesPerLine;
-        const unsigned char* odd = data + qint64(bottom) * format.bytesPerLine;
-        unsigned char* out = image.scanLine(y);
-        for (int x = 0; x < format.width; ++x) {
-            const int left = x & ~1;
-            const int right = std::min(left + 1, format.width - 1);
-            out[x * 3] = even[right];
-            out[x * 3 + 1] = static_cast<unsigned char>((even[left] + odd[right]) / 2);
-            out[x * 3 + 2] = odd[left];
-        }
-    }
+    const uint8_t* const planes[4] = {data, nullptr, nullptr, nullptr};
+    const int strides[4] = {format.bytesPerLine, 0, 0, 0};
+    uint8_t* const rows[4] = {image.bits(), nullptr, nullptr, nullptr};
+    const int rowStrides[4] = {int(image.bytesPerLine()), 0, 0, 0};
+    sws_scale(context.get(), planes, strides, 0, format.height, rows, rowStrides);
     return image;
 }

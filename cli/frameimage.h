@@ -17,6 +17,6 @@ public:
 
 private:
     static QImage fromJpeg(const unsigned char* data, int size);
-    static QImage fromYuyv(const StreamFormat& format, const unsigned char* data);
-    static QImage fromGrbg(const StreamFormat& format, const unsigned char* data);
+    // source: an AVPixelFormat, kept out of this header with FFmpeg's.
+    static QImage throughSwscale(const StreamFormat& format, const unsigned char* data, int source);
 };
