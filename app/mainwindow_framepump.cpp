@@ -11,6 +11,11 @@
 #include <QImageReader>
 #include <QPainter>
 #include <QPixmap>
+#include <QtPlugin>
+
+// "MJPG" frames are read by the application's own reader (MjpgImagePlugin),
+// which decodes straight into the picture shown.
+Q_IMPORT_PLUGIN(MjpgImagePlugin)
 
 using namespace ImageAcquisition;
 

@@ -10,7 +10,7 @@ for group in "$@"; do
     case "$group" in
     build)
         packages+=(cmake make g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
-                   libv4l-dev libudev-dev libjpeg62-turbo-dev psmisc fonts-dejavu-core
+                   libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core
                    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev) ;;
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;

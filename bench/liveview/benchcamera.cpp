@@ -80,6 +80,7 @@ IFrame* BenchCamera::getFrame()
     if (tap.timeGetFrame)
         tap.getFrameMs.push_back(double(monotonicNs() - before) / 1e6);
     tap.holding = true;
+    tap.frame = frame;
     tap.number = frame->getFrameNumber();
     tap.stamp = frame->getTimeStamp();
     return frame;
@@ -88,6 +89,7 @@ IFrame* BenchCamera::getFrame()
 void BenchCamera::releaseFrame(IFrame* frame)
 {
     FrameTap::instance().holding = false;
+    FrameTap::instance().frame = nullptr;
     if (frame != &m_replay)
         m_real->releaseFrame(frame);
 }

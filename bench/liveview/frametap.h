@@ -11,6 +11,7 @@ struct FrameTap
 {
     // The frame of the current tick: valid from getFrame to releaseFrame.
     bool holding = false;
+    const ImageAcquisition::IFrame* frame = nullptr;
     unsigned long long number = 0;
     ImageAcquisition::IFrame::TimeStamp stamp{0, 0};
 

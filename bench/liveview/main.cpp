@@ -2,7 +2,7 @@
 // real camera layer with its virtual camera, seen through BenchFactory.
 //
 //   bench_liveview pump [ITERATIONS]
-//   bench_liveview stream FOURCC WIDTHxHEIGHT FPS SECONDS [CPU_TARGET_PERCENT]
+//   bench_liveview stream FOURCC WIDTHxHEIGHT FPS SECONDS [RUNS [CPU_TARGET_PERCENT [STEPS_RATIO_TARGET]]]
 //   bench_liveview frames FOURCC WIDTHxHEIGHT FPS FRAMES
 //   bench_liveview dialogs FOURCC WIDTHxHEIGHT FPS OPENINGS
 //
@@ -25,7 +25,7 @@ int usage()
 {
     std::fprintf(stderr,
                  "usage: bench_liveview pump [ITERATIONS]\n"
-                 "       bench_liveview stream FOURCC WIDTHxHEIGHT FPS SECONDS [CPU_TARGET_PERCENT]\n"
+                 "       bench_liveview stream FOURCC WIDTHxHEIGHT FPS SECONDS [RUNS [CPU_TARGET_PERCENT [STEPS_RATIO_TARGET]]]\n"
                  "       bench_liveview frames FOURCC WIDTHxHEIGHT FPS FRAMES\n"
                  "       bench_liveview dialogs FOURCC WIDTHxHEIGHT FPS OPENINGS\n");
     return 2;
@@ -55,8 +55,13 @@ int main(int argc, char** argv)
     const int count = args[4].toInt();
     if (width <= 0 || height <= 0 || fps <= 0 || count <= 0)
         return usage();
-    if (command == "stream")
-        return runStreamBench(fourcc, width, height, fps, count, args.value(5).toDouble());
+    if (command == "stream") {
+        const int runs = args.size() > 5 ? args[5].toInt() : 1;
+        if (runs <= 0)
+            return usage();
+        return runStreamBench(fourcc, width, height, fps, count, runs,
+                              {args.value(6).toDouble(), args.value(7).toDouble()});
+    }
     if (command == "frames")
         return runFramesMemoryBench(fourcc, width, height, fps, count);
     if (command == "dialogs")

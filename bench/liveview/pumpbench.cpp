@@ -1,8 +1,6 @@
 // The frame pump's cost per shown frame against the sum of the steps no
-// implementation can skip, measured alone in the same process on the same
-// picture: for MJPG the JPEG decode, for BGR3 the red/blue swap into a new
-// picture (the pump's specified conversion), and for all formats the
-// conversion to a pixmap with the fast scaling into the 640x480 view.
+// implementation can skip (StepCost), measured alone in the same process on
+// the same picture.
 //
 // The camera replays one real picture (BenchCamera), so a tick costs the
 // application's work only. The window's own timer is stopped and the ticks
@@ -14,48 +12,14 @@
 #include "benchcamera.h"
 #include "monotonic.h"
 #include "samples.h"
+#include "stepcost.h"
 
 #include <QApplication>
-#include <QPixmap>
 #include <QTimer>
 
 #include <cstdio>
 
 namespace {
-
-const QSize kViewSize(640, 480);
-
-struct Steps
-{
-    double conversionMs = 0; // decode or swap; 0 where the picture wraps the frame
-    double pixmapMs = 0;
-};
-
-// The unavoidable steps on the replayed picture, each in its best form.
-Steps measureStepsAlone(const QString& fourcc, const ReplayFrame& frame, int width, int height, int bytesPerLine)
-{
-    Steps steps;
-    const long long start = monotonicNs();
-    QImage picture;
-    if (fourcc == "MJPG") {
-        picture = QImage::fromData(frame.getData(), frame.getSize(), "MJPG");
-    } else if (fourcc == "BGR3") {
-        const QImage wrapped(frame.getData(), width, height, bytesPerLine, QImage::Format_RGB888);
-        picture = wrapped.rgbSwapped();
-    } else {
-        picture = QImage(frame.getData(), width, height, bytesPerLine,
-                         fourcc == "GRBG" ? QImage::Format_Grayscale8 : QImage::Format_RGB888);
-    }
-    const long long converted = monotonicNs();
-    const QPixmap shown = QPixmap::fromImage(picture).scaled(kViewSize, Qt::KeepAspectRatio, Qt::FastTransformation);
-    const long long scaled = monotonicNs();
-    if (fourcc == "MJPG" || fourcc == "BGR3")
-        steps.conversionMs = double(converted - start) / 1e6;
-    steps.pixmapMs = double(scaled - converted) / 1e6;
-    if (shown.isNull())
-        std::fprintf(stderr, "pump: %s gave no picture\n", qPrintable(fourcc));
-    return steps;
-}
 
 int bytesPerLineOf(const QString& fourcc, int width)
 {
@@ -71,7 +35,7 @@ int runPumpBench(int iterations)
     for (QTimer* t : app.window.findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly))
         timer = t; // the refresh timer is the window's only direct timer child
     const QString formats[] = {"RGB3", "BGR3", "GRBG", "MJPG"};
-    const QSize sizes[] = {{640, 480}, {1280, 720}, {1920, 1080}};
+    const QSize sizes[] = {{640, 480}, {1280, 720}, {1920, 1080}, {3840, 2160}};
 
     std::printf("pump|| Format | Size | whole tick (ms) | decode or swap alone (ms) | pixmap + scaling alone (ms) "
                 "| sum of the steps (ms) | ratio | target ≤ 1.3 |\n");
@@ -86,21 +50,25 @@ int runPumpBench(int iterations)
             timer->stop();
             BenchCamera* camera = BenchCamera::current();
             std::vector<double> ticks, conversions, pixmaps;
+            StepCost stepCost;
             const int warmUp = 10;
             for (int i = 0; i < warmUp + iterations; ++i) {
                 // Alternate the order, so that neither side always finds the
                 // caches the other one left.
-                Steps steps;
+                const ReplayFrame& frame = camera->replayed();
+                const auto measureSteps = [&] {
+                    return stepCost.measure(fourcc, frame.getData(), frame.getSize(), size.width(), size.height(),
+                                            bytesPerLineOf(fourcc, size.width()));
+                };
+                StepCost::Times steps;
                 if (i % 2)
-                    steps = measureStepsAlone(fourcc, camera->replayed(), size.width(), size.height(),
-                                              bytesPerLineOf(fourcc, size.width()));
+                    steps = measureSteps();
                 const long long start = monotonicNs();
                 QMetaObject::invokeMethod(&app.window, "refreshSlot", Qt::DirectConnection);
                 const double tickMs = double(monotonicNs() - start) / 1e6;
                 QApplication::processEvents();
                 if (i % 2 == 0)
-                    steps = measureStepsAlone(fourcc, camera->replayed(), size.width(), size.height(),
-                                              bytesPerLineOf(fourcc, size.width()));
+                    steps = measureSteps();
                 if (i < warmUp)
                     continue;
                 ticks.push_back(tickMs);

@@ -5,6 +5,7 @@
 #include "font5x7.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ImageAcquisition {
 
@@ -26,22 +27,30 @@ void Canvas::fillRect(int x, int y, int w, int h, const Rgb& colour)
 
     const ColourConversion::Yuv yuv = ColourConversion::toYuv(colour);
     const unsigned char rgb[3] = {colour.r, colour.g, colour.b};
+    // Rows of 24-bit pixels are all the same bytes: the first one is painted
+    // pixel by pixel and the others are copies of it. The bytes are locals,
+    // so that the compiler need not reload them after every store.
+    const bool swapped = m_encoding == Encoding::Bgr24;
+    const unsigned char first = swapped ? colour.b : colour.r;
+    const unsigned char green = colour.g;
+    const unsigned char last = swapped ? colour.r : colour.b;
+    const size_t rowBytes = 3 * static_cast<size_t>(right - left);
+    const unsigned char* firstRow = nullptr;
     for (int row = top; row < bottom; ++row) {
         unsigned char* line = m_data + static_cast<size_t>(row) * static_cast<size_t>(m_bytesPerLine);
         switch (m_encoding) {
         case Encoding::Rgb24:
-            for (unsigned char* p = line + 3 * left; p < line + 3 * right; p += 3) {
-                p[0] = colour.r;
-                p[1] = colour.g;
-                p[2] = colour.b;
-            }
-            break;
         case Encoding::Bgr24:
-            for (unsigned char* p = line + 3 * left; p < line + 3 * right; p += 3) {
-                p[0] = colour.b;
-                p[1] = colour.g;
-                p[2] = colour.r;
+            if (firstRow) {
+                std::memcpy(line + 3 * left, firstRow, rowBytes);
+                break;
             }
+            for (unsigned char* p = line + 3 * left; p < line + 3 * right; p += 3) {
+                p[0] = first;
+                p[1] = green;
+                p[2] = last;
+            }
+            firstRow = line + 3 * left;
             break;
         case Encoding::BayerGrbg8:
             for (int col = left; col < right; ++col)

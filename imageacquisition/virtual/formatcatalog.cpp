@@ -23,9 +23,21 @@ const FormatEntry kFormats[] = {
     {"BGR3", "BGR3", Encoding::Bgr24, false, true},
 };
 
-const unsigned kSizes[][2] = {{320, 240}, {640, 480}, {1280, 720}, {1920, 1080}};
-
 const int kIntervals[][2] = {{1, 60}, {1, 30}, {1, 15}, {2, 15}};
+
+// Each size offers a run of kIntervals: 4K only 1/30 and 1/15, as a 4K
+// sensor's readout does not reach 60 frames a second.
+struct SizeEntry
+{
+    unsigned width;
+    unsigned height;
+    int firstInterval;
+    int intervalCount;
+};
+
+const SizeEntry kSizes[] = {
+    {320, 240, 0, 4}, {640, 480, 0, 4}, {1280, 720, 0, 4}, {1920, 1080, 0, 4}, {3840, 2160, 1, 2},
+};
 
 } // namespace
 
@@ -35,12 +47,12 @@ std::vector<std::unique_ptr<VirtualPixelFormat>> createVirtualFormats()
     for (const FormatEntry& entry : kFormats) {
         auto format = std::make_unique<VirtualPixelFormat>(entry.fourcc, entry.description, entry.encoding,
                                                            entry.compressed, entry.emulated);
-        for (const auto& size : kSizes) {
+        for (const SizeEntry& size : kSizes) {
             std::vector<VirtualFrameInterval> intervals;
-            for (const auto& interval : kIntervals)
-                intervals.emplace_back(interval[0], interval[1]);
+            for (int i = size.firstInterval; i < size.firstInterval + size.intervalCount; ++i)
+                intervals.emplace_back(kIntervals[i][0], kIntervals[i][1]);
             format->addResolution(std::make_unique<VirtualResolution>(
-                size[0], size[1], bytesPerLine(entry.encoding, static_cast<int>(size[0])),
+                size.width, size.height, bytesPerLine(entry.encoding, static_cast<int>(size.width)),
                 std::move(intervals)));
         }
         formats.push_back(std::move(format));

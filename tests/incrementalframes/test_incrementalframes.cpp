@@ -1,3 +1,4 @@
+#include "canvas.h"
 #include "dirtygrid.h"
 #include "framecontent.h"
 #include "framerenderer.h"
@@ -98,6 +99,24 @@ private slots:
 
     // Two buffers taking turns, as the camera's pool hands them out: each
     // frame follows on from the one two before it in the same buffer.
+    void filledRectanglesPaintEveryRowAndNothingElse()
+    {
+        // Rows padded beyond the picture; the rectangle is clipped at the right.
+        for (Encoding e : {Encoding::Rgb24, Encoding::Bgr24}) {
+            const int width = 7, height = 5, bytesPerLine = 7 * 3 + 4;
+            Bytes frame(size_t(bytesPerLine * height), 0xEE);
+            Canvas canvas(e, frame.data(), width, height, bytesPerLine);
+            canvas.fillRect(4, 1, 10, 3, {10, 20, 30});
+            for (int y = 0; y < height; ++y) {
+                for (int x = 0; x < bytesPerLine; ++x) {
+                    const bool inside = y >= 1 && y < 4 && x >= 12 && x < 21;
+                    const int channel = x % 3 == 1 ? 20 : (x % 3 == 0) == (e == Encoding::Rgb24) ? 10 : 30;
+                    QCOMPARE(int(frame[size_t(y * bytesPerLine + x)]), inside ? channel : 0xEE);
+                }
+            }
+        }
+    }
+
     void rendererFramesMatchFramesMadeAfresh_data()
     {
         QTest::addColumn<int>("encoding");
