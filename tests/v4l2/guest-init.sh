@@ -58,5 +58,33 @@ load_vivid n_devs=1 node_types=0x1 num_inputs=1 input_types=0 multiplanar=2
 section multiplanar
 rmmod vivid || fail "rmmod vivid"
 
+# The command-line companion against the same driver, where the host put it
+# into the machine: what its users do first on a new camera.
+if [ -x /bin/tarvello-ctl ]; then
+    echo "=== tarvello-ctl"
+    load_vivid n_devs=1 node_types=0x1 num_inputs=1 input_types=0
+    export HOME=/tmp
+    ctl=/bin/tarvello-ctl
+    $ctl list | grep -q vivid || fail "tarvello-ctl list names no vivid camera"
+    $ctl formats --json >/tmp/formats.json && grep -q '"YUYV"' /tmp/formats.json \
+        || fail "tarvello-ctl formats has no YUYV"
+    $ctl set brightness=200 >/dev/null || fail "tarvello-ctl set brightness=200"
+    got=$($ctl get brightness)
+    [ "$got" = "Brightness = 200" ] || fail "tarvello-ctl get brightness gave '$got'"
+    $ctl set brightness=300 contrast=10 >/dev/null 2>&1
+    [ $? -eq 2 ] || fail "an out-of-range value was not refused as bad input"
+    [ "$($ctl get contrast)" != "Contrast = 10" ] || fail "a refused batch wrote a value"
+    $ctl grab -n 3 --format YUYV --size 640x360 -o /tmp/grab >/dev/null || fail "tarvello-ctl grab"
+    [ "$(ls /tmp/grab/*.png 2>/dev/null | wc -l)" -eq 3 ] || fail "tarvello-ctl grab did not write 3 pictures"
+    $ctl record -n 10 --format YUYV --size 640x360 -o /tmp/run.mkv >/dev/null || fail "tarvello-ctl record"
+    if [ -x /bin/ffprobe ]; then
+        probed=$(ffprobe -v error -count_frames -select_streams v:0 \
+            -show_entries stream=codec_name,width,height,nb_read_frames -of csv=p=0 /tmp/run.mkv)
+        echo "ffprobe on the recording: $probed"
+        [ "$probed" = "ffv1,640,360,10" ] || fail "ffprobe on the recording: '$probed'"
+    fi
+    rmmod vivid || fail "rmmod vivid"
+fi
+
 echo "V4L2-GUEST-STATUS: $status"
 poweroff -f

@@ -1,14 +1,18 @@
 #!/usr/bin/env bash
-# Usage: run-vivid-vm.sh GUEST_TEST_BINARY CACHE_DIR
+# Usage: run-vivid-vm.sh GUEST_TEST_BINARY CACHE_DIR [PROGRAM...]
 # Runs the guest tests against vivid in a throw-away virtual machine (Debian's
 # kernel, a busybox initramfs with the test program and its libraries). Exits
 # 0 when they passed, 77 when this machine cannot run it, 1 otherwise.
+# Further PROGRAMs (tarvello-ctl, ffprobe) go into the guest's /bin with
+# their libraries; the guest's init then runs its checks of them too.
 set -euo pipefail
 # Byte-wise matching for the search in the compressed kernel.
 export LC_ALL=C
 
 guest_binary=$(readlink -f "$1")
 cache=$2
+shift 2
+extra_programs=("$@")
 here=$(cd "$(dirname "$0")" && pwd)
 timeout_seconds=${VIVID_VM_TIMEOUT:-300}
 
@@ -78,15 +82,21 @@ mkdir -p "$stage"/{bin,dev,proc,sys,tmp,modules,lib64,lib/x86_64-linux-gnu}
 cp "$busybox_path" "$stage/bin/busybox"
 cp "$here/guest-init.sh" "$stage/init"
 chmod +x "$stage/init"
-cp "$guest_binary" "$stage/bin/v4l2-guest-test"
-# The shared libraries of the test program (the camera layer, libv4l2,
-# libudev, the sanitizer runtimes in a sanitized build), flattened into the
-# two folders the dynamic loader searches by default.
-ldd "$guest_binary" | awk '$2 == "=>" && $3 ~ /^\// { print $3 } $1 ~ /^\// { print $1 }' | while read -r lib; do
-    case "$lib" in
-    */ld-linux-x86-64.so.2) cp -L "$lib" "$stage/lib64/ld-linux-x86-64.so.2" ;;
-    *) cp -L "$lib" "$stage/lib/x86_64-linux-gnu/" ;;
-    esac
+# Each program with its shared libraries (the camera layer, libv4l2, libudev,
+# the sanitizer runtimes in a sanitized build), flattened into the two
+# folders the dynamic loader searches by default.
+add_program() {
+    cp "$1" "$stage/bin/$2"
+    ldd "$1" | awk '$2 == "=>" && $3 ~ /^\// { print $3 } $1 ~ /^\// { print $1 }' | while read -r lib; do
+        case "$lib" in
+        */ld-linux-x86-64.so.2) cp -L "$lib" "$stage/lib64/ld-linux-x86-64.so.2" ;;
+        *) [ -e "$stage/lib/x86_64-linux-gnu/$(basename "$lib")" ] || cp -L "$lib" "$stage/lib/x86_64-linux-gnu/" ;;
+        esac
+    done
+}
+add_program "$guest_binary" v4l2-guest-test
+for program in ${extra_programs[@]+"${extra_programs[@]}"}; do
+    add_program "$(readlink -f "$program")" "$(basename "$program")"
 done
 # vivid and the modules it needs, in load order.
 modprobe -d "$kernel_root" -S "$kver" --show-depends vivid | awk '/^insmod/ { print $2 }' \
