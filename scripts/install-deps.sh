@@ -10,11 +10,12 @@ for group in "$@"; do
     case "$group" in
     build)
         packages+=(cmake make g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
-                   libv4l-dev libudev-dev libjpeg62-turbo-dev psmisc fonts-dejavu-core) ;;
+                   libv4l-dev libudev-dev libjpeg62-turbo-dev psmisc fonts-dejavu-core
+                   python3-dev pybind11-dev python3-numpy libturbojpeg0-dev) ;;
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;
     test)
-        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file) ;;
+        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file python3-pytest) ;;
     package)
         packages+=(dpkg-dev file) ;;
     bench)
