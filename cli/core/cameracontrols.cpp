@@ -71,8 +71,6 @@ ICameraControl& CameraControls::find(const QString& name) const
     QString message = QString("This camera has no control '%1'.").arg(name);
     if (!near.isEmpty())
         message += " Did you mean: " + near.join(", ") + "?";
-    else
-        message += " 'tarvello-ctl controls' lists them.";
     throw BadInput(message);
 }
 

@@ -29,7 +29,7 @@ QVector<CameraEntry> CameraSelector::presentCameras()
 int CameraSelector::select(const QString& selector) const
 {
     if (m_cameras.isEmpty())
-        throw NoSuchCamera("No camera found. Run 'tarvello-ctl doctor' to see why.");
+        throw NoSuchCamera("No camera found.");
     const QString wanted = selector.trimmed();
     if (wanted.isEmpty())
         return defaultIndex();

@@ -4,6 +4,7 @@
 #include "cameracontrols.h"
 #include "controlvalueparser.h"
 #include "refused.h"
+#include "standarderrormute.h"
 
 #include <assertfailureexception.h>
 #include <imageacquisition/imageacquisition.h>
@@ -166,6 +167,7 @@ QString ControlWriter::write(const ControlWrite& write)
 {
     ICameraControl* control = write.control;
     const QString& kind = write.before.kind;
+    const StandardErrorMute mute;
     try {
         if (kind == "boolean")
             dynamic_cast<ICameraControlBoolean&>(*control).setValue(write.value.toBool());

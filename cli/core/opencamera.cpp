@@ -24,9 +24,7 @@ OpenCamera::OpenCamera(const QString& selector)
     m_entry = cameras.at(index);
     m_camera.reset(factory->createCamera(list->getDevice(index)));
     if (!m_camera)
-        throw Refused(QString("%1 cannot be opened (busy, no permission, or gone). "
-                              "Run 'tarvello-ctl doctor' to see why.")
-                          .arg(m_entry.summary()));
+        throw Refused(QString("%1 cannot be opened (busy, no permission, or gone).").arg(m_entry.summary()));
 }
 
 OpenCamera::~OpenCamera() = default;

@@ -3,6 +3,7 @@
 #include <badinput.h>
 #include <cameracontrols.h>
 #include <cameraselector.h>
+#include <controlvalueparser.h>
 #include <controlwriter.h>
 #include <nosuchcamera.h>
 #include <opencamera.h>
@@ -80,6 +81,39 @@ private slots:
         QVERIFY2(none.contains("No camera matches") && none.contains("/dev/video4"), qPrintable(none));
         QVERIFY(!messageOf<NoSuchCamera>([] { CameraSelector({}).select(""); }).isEmpty());
         QCOMPARE(CameraSelector({entry(0, "v", "Plain", "", "", false)}).select(""), 0);
+    }
+
+    void valuesAreParsedStrictly()
+    {
+        OpenCamera open("virtual 1");
+        const CameraControls controls(open.camera());
+        const auto text = [&](const char* name, const char* value) {
+            return ControlValueParser::fromText(ControlDescription::of(controls.find(name)), value);
+        };
+        const auto refusedText = [&](const char* name, const char* value) {
+            return !messageOf<BadInput>([&] { text(name, value); }).contains("nothing thrown");
+        };
+        QCOMPARE(text("brightness", "0x10").toLongLong(), 16LL);
+        QCOMPARE(text("brightness", " -0x10 ").toLongLong(), -16LL);
+        QVERIFY(refusedText("brightness", "1e1") && refusedText("brightness", "") && refusedText("brightness", "0x"));
+        QCOMPARE(text("cooling_fan", "Off").toBool(), false);
+        QVERIFY(refusedText("cooling_fan", "maybe"));
+        QCOMPARE(text("test_pattern", "1").toInt(), 1); // a text menu takes a bare index
+        QVERIFY(refusedText("test_pattern", "#3"));
+        QCOMPARE(text("link_frequency_hz", "891000000").toInt(), 1); // an integer menu takes its entries
+        QCOMPARE(text("link_frequency_hz", "#3").toInt(), 3);
+        QVERIFY(refusedText("link_frequency_hz", "1"));
+        QCOMPARE(text("exposure_time_us", "200000").toLongLong(), 200000LL);
+        QVERIFY(refusedText("exposure_time_us", "200001") && refusedText("exposure_time_us", "99999999999999999999"));
+        QVERIFY(refusedText("overlay_text", QByteArray(33, 'x').constData()));
+        QVERIFY(!text("restart_sequence", "press").isValid());
+        QVERIFY(refusedText("restart_sequence", "now"));
+        QVERIFY(refusedText("overlay_elements", "1"));
+
+        const ControlDescription exposure = ControlDescription::of(controls.find("exposure_time_us"));
+        QCOMPARE(ControlValueParser::fromJson(exposure, QJsonValue("1000")).toLongLong(), 1000LL);
+        QVERIFY(!messageOf<BadInput>([&] { ControlValueParser::fromJson(exposure, QJsonValue(10.5)); }).contains("nothing"));
+        QVERIFY(!messageOf<BadInput>([&] { ControlValueParser::fromJson(exposure, QJsonValue(true)); }).contains("nothing"));
     }
 
     void invalidBatchesWriteNothing()

@@ -16,7 +16,11 @@ deb=$(ls "$out"/tarvello-center_*.deb 2>/dev/null)
 
 contents=$(dpkg-deb -c "$deb")
 for path in ./usr/bin/tarvello-center \
+            ./usr/bin/tarvello-ctl \
             ./usr/lib/tarvello-center/tarvello-center \
+            ./usr/lib/tarvello-center/tarvello-ctl \
+            ./usr/share/man/man1/tarvello-ctl.1.gz \
+            ./usr/share/bash-completion/completions/tarvello-ctl \
             ./usr/lib/tarvello-center/libimageacquisition.so \
             ./usr/lib/tarvello-center/libtarvello-common.so \
             ./usr/lib/udev/rules.d/70-tarvello-center.rules \

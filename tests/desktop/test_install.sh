@@ -46,6 +46,21 @@ check "scalable icon is an SVG" \
     grep -q '<svg' "$stage/share/icons/hicolor/scalable/apps/tarvello-center.svg"
 check "man page is compressed and intact" gzip -t "$stage/share/man/man1/tarvello-center.1.gz"
 
+# tarvello-ctl: beside the program, reached through its own launcher, which
+# keeps the caller's working directory for the files it is given.
+check "tarvello-ctl is installed in the private folder" test -x "$pkglib/tarvello-ctl"
+check "tarvello-ctl finds every library" bash -c '! ldd "$1" | grep -q "not found"' _ "$pkglib/tarvello-ctl"
+check "tarvello-ctl launcher passes the shell's syntax check" sh -n "$stage/bin/tarvello-ctl"
+work=$(mktemp -d)
+check "tarvello-ctl launcher runs it from the caller's folder" \
+    bash -c 'cd "$2" && IMAGEACQUISITION_VIRTUAL_CAMERAS=1 "$1" profile save here.json >/dev/null && test -s here.json' \
+    _ "$stage/bin/tarvello-ctl" "$work"
+rm -rf "$work"
+check "tarvello-ctl man page is compressed and intact" gzip -t "$stage/share/man/man1/tarvello-ctl.1.gz"
+check "tarvello-ctl man page renders without warnings" \
+    bash -c 'out=$(zcat "$1" | groff -man -Tutf8 -ww -z 2>&1) && [ -z "$out" ]' _ "$stage/share/man/man1/tarvello-ctl.1.gz"
+check "bash completion is installed and parses" bash -n "$stage/share/bash-completion/completions/tarvello-ctl"
+
 # The rule must carry the very vendor id the camera layer recognises.
 rule=$stage/lib/udev/rules.d/70-tarvello-center.rules
 vendor=$(sed -n 's/.*kKelvaneUsbVendorIdText *= *"\([0-9a-fA-F]*\)".*/\1/p' "$header")

@@ -1,0 +1,98 @@
+#include "framestream.h"
+
+#include <cameraselector.h>
+#include <ctlerror.h>
+#include <nosuchcamera.h>
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <cerrno>
+#include <cstring>
+
+using namespace ImageAcquisition;
+using namespace Tarvello;
+
+namespace {
+
+constexpr int kBuffers = 4;
+
+[[noreturn]] void fail(const char* what, int status)
+{
+    if (status == -ENODEV)
+        throw NoSuchCamera(QString("%1: the camera is gone.").arg(what));
+    throw CtlError(QString("%1 failed: %2.").arg(what, QString::fromLocal8Bit(std::strerror(-status))),
+                   status == -EBUSY ? CtlError::kRefused : CtlError::kFailed);
+}
+
+} // namespace
+
+FrameStream::FrameStream(IStreamingCamera& camera, const QString& cameraNode, double nominalRate)
+    : m_camera(camera), m_node(cameraNode), m_rate(nominalRate)
+{
+    if (const int status = m_camera.allocateBuffers(kBuffers))
+        fail("Allocating buffers", status);
+    if (const int status = m_camera.startStreaming()) {
+        m_camera.releaseBuffers();
+        fail("Starting the stream", status);
+    }
+    m_sinceFrame.start();
+}
+
+FrameStream::~FrameStream()
+{
+    m_camera.stopStreaming();
+    m_camera.releaseBuffers();
+}
+
+IFrame* FrameStream::next(int timeoutMs)
+{
+    QElapsedTimer waited;
+    waited.start();
+    QElapsedTimer sinceCheck;
+    sinceCheck.start();
+    for (;;) {
+        IFrame* frame = m_camera.getFrame();
+        if (frame && !frame->isEmpty()) {
+            m_sinceFrame.restart();
+            return frame;
+        }
+        if (frame)
+            m_camera.releaseFrame(frame);
+        // An unplugged camera only gives empty frames; whether it is still
+        // listed tells that apart from a slow one.
+        if (sinceCheck.elapsed() >= patienceMs()) {
+            if (!cameraPresent())
+                throw NoSuchCamera("The camera was unplugged while streaming.");
+            if (m_sinceFrame.elapsed() >= 10 * patienceMs())
+                throw CtlError(QString("The camera has sent no frame for %1 s.").arg(m_sinceFrame.elapsed() / 1000),
+                               CtlError::kFailed);
+            sinceCheck.restart();
+        }
+        if (waited.elapsed() >= timeoutMs)
+            return nullptr;
+        QThread::usleep(1000);
+    }
+}
+
+int FrameStream::patienceMs() const
+{
+    return qMax(1000, int(5000.0 / qMax(m_rate, 0.01)));
+}
+
+void FrameStream::release(IFrame* frame)
+{
+    if (frame)
+        m_camera.releaseFrame(frame);
+}
+
+bool FrameStream::cameraPresent() const
+{
+    for (const CameraEntry& camera : CameraSelector::presentCameras()) {
+        if (camera.node == m_node)
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,156 @@
+// tarvello-ctl's streaming commands run in this process, so that a virtual
+// camera can be unplugged under them, and the stream arithmetic of stats.
+#include <commandoutput.h>
+#include <ctlprogram.h>
+#include <frameimage.h>
+#include <streamformat.h>
+#include <streamstatistics.h>
+#include <videorecorder.h>
+
+#include <imageacquisition/virtualcameras.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+struct Run
+{
+    int status;
+    QString out;
+    QString err;
+};
+
+// Runs the command while another thread waits for the first file the
+// command writes, then unplugs the camera: the unplug lands mid-stream
+// however slow the machine is.
+Run runAndUnplugOnceWritten(const QStringList& arguments, const QString& firstFile)
+{
+    std::atomic<bool> done{false};
+    std::thread unplugger([&] {
+        while (!done && !QFile::exists(firstFile))
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        if (!done)
+            ImageAcquisition::VirtualCameras::unplug(ImageAcquisition::VirtualCameras::count() - 1);
+    });
+    Run run{0, QString(), QString()};
+    {
+        CommandOutput output(&run.out, &run.err);
+        run.status = CtlProgram().run(QStringList{"tarvello-ctl"} + arguments, output);
+    }
+    done = true;
+    unplugger.join();
+    return run;
+}
+
+} // namespace
+
+class TestCtlCommands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1"); }
+    void init()
+    {
+        // Every case unplugs the last camera; it gets a fresh one.
+        ImageAcquisition::VirtualCameras::plug();
+    }
+
+    void grabEndsCleanlyWhenTheCameraIsUnplugged()
+    {
+        QTemporaryDir dir;
+        const Run run = runAndUnplugOnceWritten(
+            {"grab", "-d", "virtual 2", "-n", "100000", "--type", "raw", "-o", dir.path()},
+            dir.filePath("frame-000001.jpg"));
+        QCOMPARE(run.status, 3);
+        QVERIFY2(run.err.contains("unplugged while streaming") && run.err.contains("frames had been saved"),
+                 qPrintable(run.err));
+        QFile index(dir.filePath("frame.csv"));
+        QVERIFY(index.open(QIODevice::ReadOnly));
+        const QList<QByteArray> rows = index.readAll().trimmed().split('\n');
+        QVERIFY(rows.size() >= 2);
+        QCOMPARE(rows.first(), QByteArray("frame,timestamp,size,format,width,height,file"));
+        // Every listed frame is on disk, and nothing else is.
+        QCOMPARE(QDir(dir.path()).entryList({"frame-*"}).size(), rows.size() - 1);
+    }
+
+    void recordingCutShortIsAFinishedFile()
+    {
+        QTemporaryDir dir;
+        const QString file = dir.filePath("cut.mkv");
+        const Run run = runAndUnplugOnceWritten(
+            {"record", "-d", "virtual 3", "--duration", "600", "--format", "MJPG", "--size", "320x240", "-o", file},
+            file);
+        QCOMPARE(run.status, 3);
+        QVERIFY2(run.err.contains("unplugged") && run.err.contains("frames recorded"), qPrintable(run.err));
+        const QString ffprobe = QStandardPaths::findExecutable("ffprobe");
+        if (ffprobe.isEmpty())
+            QSKIP("ffprobe is not installed (package ffmpeg); the file itself is not examined");
+        QProcess probe;
+        probe.start(ffprobe, {"-v", "error", "-count_frames", "-show_entries", "stream=codec_name,nb_read_frames",
+                              "-of", "csv=p=0", file});
+        QVERIFY(probe.waitForFinished(30000));
+        const QString answer = QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
+        QCOMPARE(probe.exitCode(), 0);
+        QVERIFY2(answer.startsWith("mjpeg,") && answer.section(',', 1).toInt() > 0, qPrintable(answer));
+    }
+
+    void damagedFramesAreLeftOutNotDecoded()
+    {
+        StreamFormat rgb;
+        rgb.fourcc = "RGB3";
+        rgb.width = 64;
+        rgb.height = 48;
+        rgb.bytesPerLine = 64 * 3;
+        const QByteArray whole(rgb.bytesPerLine * rgb.height, '\x40');
+        const auto bytes = [](const QByteArray& a) { return reinterpret_cast<const unsigned char*>(a.constData()); };
+        QCOMPARE(FrameImage::convert(rgb, bytes(whole), whole.size()).size(), QSize(64, 48));
+        QVERIFY(FrameImage::convert(rgb, bytes(whole), whole.size() - 1).isNull());
+        QVERIFY(FrameImage::convert(rgb, nullptr, 0).isNull());
+
+        // A JPEG header claiming 65500 x 65500 pixels, and plain noise.
+        StreamFormat mjpg = rgb;
+        mjpg.fourcc = "MJPG";
+        const QByteArray huge = QByteArray::fromHex("ffd8ffc0000b08ffdcffdc01011100ffda0008010100003f00ffd9");
+        QVERIFY(FrameImage::convert(mjpg, bytes(huge), huge.size()).isNull());
+        const QByteArray noise(1000, '\x17');
+        QVERIFY(FrameImage::convert(mjpg, bytes(noise), noise.size()).isNull());
+
+        QTemporaryDir dir;
+        VideoRecorder recorder(dir.filePath("short.mkv"), rgb);
+        QVERIFY(!recorder.write(bytes(whole), whole.size() / 2, 0));
+        QVERIFY(recorder.write(bytes(whole), whole.size(), 0));
+        recorder.finish();
+    }
+
+    void statisticsCountGapsLateFramesAndRate()
+    {
+        StreamStatistics statistics(10.0);
+        // 0.1 s apart, frames 3 and 4 missing (a late arrival), one without bytes.
+        const double times[] = {0.0, 0.1, 0.2, 0.5, 0.6};
+        const unsigned long long numbers[] = {0, 1, 2, 5, 6};
+        for (int i = 0; i < 5; ++i)
+            statistics.add(numbers[i], times[i], true);
+        statistics.add(7, 0.7, false);
+        QCOMPARE(statistics.frames(), 5LL);
+        QCOMPARE(statistics.emptyFrames(), 1LL);
+        QCOMPARE(statistics.missing(), 2LL);
+        QCOMPARE(statistics.gaps(), 1LL);
+        QCOMPARE(statistics.late(), 1LL);
+        QVERIFY(qAbs(statistics.deliveredRate() - 4.0 / 0.6) < 1e-9);
+        QVERIFY(statistics.summary().contains("2 missing in 1 gaps"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCtlCommands)
+#include "test_ctlcommands.moc"
