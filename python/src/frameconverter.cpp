@@ -63,20 +63,21 @@ FrameConverter::Destination FrameConverter::prepare() const
 void FrameConverter::fill(const unsigned char* data, size_t size, Destination& destination)
 {
     if (!m_decode) {
-        destination.spill.assign(data, data + size);
+        destination.bytes.assign(data, data + size);
         return;
     }
     if (isJpeg()) {
         try {
             const JpegDecoder::Size picture = m_jpeg.size(data, size);
-            if (picture.width == m_layout.width && picture.height == m_layout.height) {
-                m_jpeg.decode(data, size, picture, destination.pixels);
-                destination.filled = true;
-            } else {
-                // A picture of another size than the format promised: decoded
-                // later into an array of its own size.
-                destination.spill.assign(data, data + size);
+            // A picture of another size than the stream's is damaged or not
+            // ours; its header is not trusted with an allocation.
+            if (picture.width != m_layout.width || picture.height != m_layout.height) {
+                destination.problem = "the JPEG picture claims " + std::to_string(picture.width) + "x"
+                                      + std::to_string(picture.height) + ", the stream's size is "
+                                      + std::to_string(m_layout.width) + "x" + std::to_string(m_layout.height);
+                return;
             }
+            m_jpeg.decode(data, size, picture, destination.pixels);
         } catch (const JpegDecoder::Error& error) {
             destination.problem = error.what();
         }
@@ -97,7 +98,6 @@ void FrameConverter::fill(const unsigned char* data, size_t size, Destination& d
         for (int y = 0; y < m_layout.height; ++y)
             std::memcpy(destination.pixels + size_t(y) * rowBytes, data + size_t(y) * stride, rowBytes);
     }
-    destination.filled = true;
 }
 
 void FrameConverter::finish(Destination& destination, Frame& frame)
@@ -110,25 +110,8 @@ void FrameConverter::finish(Destination& destination, Frame& frame)
     if (!destination.problem.empty())
         throw std::invalid_argument("frame " + std::to_string(frame.number) + ": " + destination.problem);
     if (!m_decode) {
-        frame.data = py::bytes(reinterpret_cast<const char*>(destination.spill.data()), destination.spill.size());
+        frame.data = py::bytes(reinterpret_cast<const char*>(destination.bytes.data()), destination.bytes.size());
         return;
-    }
-    if (!destination.filled) {
-        // Only a JPEG picture of an unexpected size gets here.
-        try {
-            const JpegDecoder::Size picture = m_jpeg.size(destination.spill.data(), destination.spill.size());
-            py::array_t<unsigned char> array({py::ssize_t(picture.height), py::ssize_t(picture.width), py::ssize_t(3)});
-            unsigned char* out = array.mutable_data();
-            {
-                py::gil_scoped_release released;
-                m_jpeg.decode(destination.spill.data(), destination.spill.size(), picture, out);
-            }
-            destination.array = array;
-            frame.width = picture.width;
-            frame.height = picture.height;
-        } catch (const JpegDecoder::Error& error) {
-            throw std::invalid_argument("frame " + std::to_string(frame.number) + ": " + error.what());
-        }
     }
     frame.array = std::move(destination.array);
 }

@@ -30,14 +30,13 @@ public:
         int bytesPerLine = 0;
     };
 
-    // Where one frame goes: the array made ready before the wait, or
-    // bytes kept aside when the frame cannot go straight into it.
+    // Where one frame goes: the array made ready before the wait, or the
+    // delivered bytes when the stream does not decode.
     struct Destination
     {
         pybind11::array_t<unsigned char> array;
         unsigned char* pixels = nullptr;
-        std::vector<unsigned char> spill;
-        bool filled = false;
+        std::vector<unsigned char> bytes;
         std::string problem;
     };
 
@@ -51,8 +50,8 @@ public:
     // Copies (or decodes) the frame's bytes; never throws: a problem is
     // kept in the destination and raised by finish().
     void fill(const unsigned char* data, size_t size, Destination& destination);
-    // Completes the frame's picture; throws std::invalid_argument for a
-    // frame that is cut short or not a JPEG picture.
+    // Completes the frame; throws std::invalid_argument for a frame that is
+    // cut short, not a JPEG picture, or a picture of another size.
     void finish(Destination& destination, Frame& frame);
 
 private:

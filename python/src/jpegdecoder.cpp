@@ -3,6 +3,7 @@
 #include <turbojpeg.h>
 
 #include <climits>
+#include <string>
 
 namespace TarvelloPython {
 
@@ -33,6 +34,10 @@ JpegDecoder::Size JpegDecoder::size(const unsigned char* data, size_t length)
                             &subsampling, &colourspace)
         != 0)
         throw Error("not a JPEG picture: " + lastError());
+    // A damaged header must not make the caller allocate gigabytes.
+    if (result.width <= 0 || result.height <= 0 || double(result.width) * result.height > kMaxPixels)
+        throw Error("JPEG header claims an impossible size " + std::to_string(result.width) + "x"
+                    + std::to_string(result.height));
     return result;
 }
 

@@ -30,6 +30,9 @@ public:
     JpegDecoder(const JpegDecoder&) = delete;
     JpegDecoder& operator=(const JpegDecoder&) = delete;
 
+    // Larger pictures are taken for damaged headers.
+    static constexpr double kMaxPixels = 16384.0 * 16384.0;
+
     // The picture's size, read from its header.
     Size size(const unsigned char* data, size_t length);
     // Decodes into out, which holds size().width * size().height * 3 bytes.

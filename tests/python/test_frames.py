@@ -53,6 +53,11 @@ def test_undecoded_frames_carry_the_delivered_bytes(camera):
     assert len(raw.data) == W * H * 3
     with pytest.raises(ValueError, match="JPEG"):
         tarvello.decode_jpeg(b"not a picture")
+    # A damaged header claiming 65000x65000 pixels is not believed.
+    sof = frame.data.index(b"\xff\xc0")
+    huge = frame.data[:sof + 5] + b"\xfd\xe8\xfd\xe8" + frame.data[sof + 9:]
+    with pytest.raises(ValueError, match="impossible size"):
+        tarvello.decode_jpeg(huge)
 
 
 def test_stream_is_a_context_manager_and_iterator(camera):
