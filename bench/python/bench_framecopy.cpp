@@ -1,11 +1,15 @@
 // The floor under the Python module's frame loop: the same frames of the
 // virtual camera taken in plain C++ with nothing but the copy (and, for
-// MJPG, the decode with libjpeg-turbo) that the module must make too.
+// MJPG, the decode with libjpeg-turbo) that the module must make too. Like
+// the module's, each copy goes into memory of its own, since a frame that
+// stays valid after the layer reuses its buffer needs that; and the last
+// frame is still held while the next one is made, as in a Python loop
+// (for frame in stream: ...), where the name keeps it until it is rebound.
 //
 //   bench_framecopy FOURCC FRAMES
 //
-// Prints one line of key=value pairs, CPU times of this thread in
-// milliseconds per frame:
+// Prints one line of key=value pairs, medians of this thread's CPU time
+// per frame in milliseconds (medians, since the machine may be shared):
 //   loop  getFrame + copy or decode + releaseFrame, for frames that were due
 //   copy  the copy or decode alone
 // The waits between frames sleep and are not counted.
@@ -60,6 +64,12 @@ bool choose(IStreamingCamera& camera, const std::string& fourcc)
     return false;
 }
 
+double median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
 struct TurboJpeg
 {
     tjhandle handle = tjInitDecompress();
@@ -88,10 +98,11 @@ int main(int argc, char** argv)
     }
 
     const bool jpeg = fourcc == "MJPG";
-    std::vector<unsigned char> out(size_t(kWidth) * kHeight * 3);
+    const size_t outSize = size_t(kWidth) * kHeight * 3;
+    std::unique_ptr<unsigned char[]> last;
     TurboJpeg decoder;
-    double loopMs = 0.0;
-    double copyMs = 0.0;
+    std::vector<double> loopMs;
+    std::vector<double> copyMs;
     int taken = 0;
     while (taken < frames) {
         const double start = threadCpuMs();
@@ -102,20 +113,22 @@ int main(int argc, char** argv)
             continue;
         }
         const double copyStart = threadCpuMs();
+        std::unique_ptr<unsigned char[]> out(new unsigned char[outSize]);
         if (jpeg) {
-            tjDecompress2(decoder.handle, frame->getData(), static_cast<unsigned long>(frame->getSize()), out.data(),
+            tjDecompress2(decoder.handle, frame->getData(), static_cast<unsigned long>(frame->getSize()), out.get(),
                           int(kWidth), int(kWidth) * 3, int(kHeight), TJPF_RGB, 0);
         } else {
-            std::memcpy(out.data(), frame->getData(), std::min(out.size(), size_t(frame->getSize())));
+            std::memcpy(out.get(), frame->getData(), std::min(outSize, size_t(frame->getSize())));
         }
+        last = std::move(out);
         const double copyEnd = threadCpuMs();
         camera->releaseFrame(frame);
-        loopMs += threadCpuMs() - start;
-        copyMs += copyEnd - copyStart;
+        loopMs.push_back(threadCpuMs() - start);
+        copyMs.push_back(copyEnd - copyStart);
         ++taken;
     }
     camera->stopStreaming();
     camera->releaseBuffers();
-    std::printf("format=%s frames=%d loop=%.3f copy=%.3f\n", fourcc.c_str(), taken, loopMs / taken, copyMs / taken);
+    std::printf("format=%s frames=%d loop=%.3f copy=%.3f\n", fourcc.c_str(), taken, median(loopMs), median(copyMs));
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <imageacquisition/imageacquisition.h>
 #include <refused.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -20,11 +21,13 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Polls per frame period: a frame waits at most a quarter period in the
-// layer before it is seen.
-constexpr int kPollsPerPeriod = 4;
+// Once a frame is overdue, the layer is looked at this often per frame
+// period: a late frame waits at most an eighth of a period to be seen.
+constexpr int kPollsPerPeriod = 8;
 constexpr auto kShortestPoll = std::chrono::milliseconds(1);
-constexpr auto kLongestPoll = std::chrono::milliseconds(20);
+constexpr auto kLongestPoll = std::chrono::milliseconds(10);
+// Woken this much after the due time, the frame is there on the first look.
+constexpr auto kDueSlack = std::chrono::microseconds(200);
 
 std::string errnoText(int result)
 {
@@ -120,6 +123,13 @@ Clock::duration FrameStream::pollPeriod() const
     return poll;
 }
 
+void FrameStream::pause(Clock::duration limit)
+{
+    const Clock::time_point now = Clock::now();
+    const Clock::duration wait = m_nextDue > now ? m_nextDue - now + kDueSlack : pollPeriod();
+    m_events->waitFor(std::min(limit, wait));
+}
+
 void FrameStream::throwIfGone()
 {
     if (m_gone)
@@ -151,6 +161,11 @@ bool FrameStream::tryTake(FrameConverter::Destination& destination, Frame& frame
     frame.number = taken->getFrameNumber();
     const IFrame::TimeStamp stamp = taken->getTimeStamp();
     frame.timestamp = double(stamp.seconds) + double(stamp.microseconds) / 1e6;
+    // Time stamps are on the monotonic clock, as steady_clock is; one on
+    // another clock is kept from sending the wait far off by the clamp.
+    const Clock::time_point stamped{std::chrono::seconds(stamp.seconds) + std::chrono::microseconds(stamp.microseconds)};
+    const Clock::time_point now = Clock::now();
+    m_nextDue = std::clamp(stamped + m_period, now, now + m_period);
     m_converter->fill(taken->getData(), size_t(taken->getSize()), destination);
     cam.releaseFrame(taken);
     return true;
@@ -171,7 +186,7 @@ std::optional<Frame> FrameStream::next()
     try {
         taken = GilFreeWait::until(
             deadline, [&] { return tryTake(destination, frame); },
-            [&](Clock::duration limit) { m_events->waitFor(std::min(limit, pollPeriod())); });
+            [&](Clock::duration limit) { pause(limit); });
     } catch (...) {
         m_waiting = false;
         throw;

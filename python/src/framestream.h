@@ -16,8 +16,9 @@ class PyCamera;
 // A running stream of one camera, from construction until close() (or
 // destruction). next() waits for the layer's next frame without the GIL
 // and without spinning: the layer's getFrame never blocks, so the wait
-// polls it at a fraction of the frame period, sleeping on the hot-plug
-// watcher in between, which also wakes it at once when a camera goes away.
+// sleeps until the next frame is due by the last one's time stamp and the
+// frame period, then looks at short intervals. It sleeps on the hot-plug
+// watcher, which also wakes it at once when a camera goes away.
 class FrameStream
 {
 public:
@@ -47,6 +48,7 @@ private:
     void throwIfGone();
     void stop();
     std::chrono::steady_clock::duration pollPeriod() const;
+    void pause(std::chrono::steady_clock::duration limit);
 
     std::shared_ptr<PyCamera> m_camera;
     FrameConverter::Layout m_layout;
@@ -54,6 +56,7 @@ private:
     std::unique_ptr<CameraEvents> m_events;
     std::chrono::steady_clock::duration m_timeout;
     std::chrono::steady_clock::duration m_period{std::chrono::milliseconds(33)};
+    std::chrono::steady_clock::time_point m_nextDue{};
     unsigned long long m_removalsSeen = 0;
     bool m_open = false;
     bool m_gone = false;
