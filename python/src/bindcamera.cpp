@@ -1,6 +1,7 @@
 // Listing and opening cameras, their formats, controls and profiles.
 #include "bindings.h"
 
+#include "cameragone.h"
 #include "camerainfo.h"
 #include "cameraprofile.h"
 #include "framestream.h"
@@ -273,7 +274,10 @@ void bindCamera(py::module_& module)
             "info",
             [](const PyCamera& c) {
                 const std::lock_guard<std::mutex> lock(c.mutex());
-                return CameraInfo::of(*c.camera().getDevice(), c.entry().index);
+                const IDevice* device = c.camera().getDevice();
+                if (!device)
+                    throw CameraGone(c.goneMessage());
+                return CameraInfo::of(*device, c.entry().index);
             },
             "The camera's CameraInfo.")
         .def_property_readonly("formats", &formatsOf, "The pixel formats the camera offers, as Format objects.")

@@ -1,5 +1,7 @@
 #include "pycamera.h"
 
+#include "cameragone.h"
+
 #include <imageacquisition/imageacquisition.h>
 #include <layertext.h>
 #include <refused.h>
@@ -26,9 +28,11 @@ void PyCamera::setFormat(const std::optional<std::string>& fourcc, const std::op
     if (m_streaming)
         throw Tarvello::Refused("The format cannot change while the camera streams.");
     const FormatChoice choice(camera(), fourcc, size, interval);
-    if (!camera().setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex))
-        throw Tarvello::Refused(isPresent() ? QString("The camera refused the format.")
-                                            : QString::fromStdString(goneMessage()));
+    if (!camera().setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex)) {
+        if (!isPresent())
+            throw CameraGone(goneMessage());
+        throw Tarvello::Refused("The camera refused the format.");
+    }
 }
 
 void PyCamera::claimStream()

@@ -30,7 +30,8 @@ public:
     std::mutex& mutex() const { return m_mutex; }
 
     // Throws std::invalid_argument for choices the camera does not offer,
-    // the core's Refused when it says no (while a stream runs, say).
+    // the core's Refused when it says no (while a stream runs, say),
+    // CameraGone when it was unplugged.
     void setFormat(const std::optional<std::string>& fourcc, const std::optional<FormatChoice::Size>& size,
                    const std::optional<FormatChoice::Interval>& interval);
 
