@@ -3,6 +3,7 @@
 #include "commandoutput.h"
 #include "texttable.h"
 
+#include <ctlerror.h>
 #include <deviceproperties.h>
 #include <opencamera.h>
 
@@ -19,7 +20,10 @@ void InfoCommand::setUp(QCommandLineParser&) const {}
 int InfoCommand::run(const QCommandLineParser& parser, CommandOutput& output)
 {
     const OpenCamera open(device(parser));
-    const QVector<DeviceProperties::Property> properties = DeviceProperties::of(*open.camera().getDevice());
+    const ImageAcquisition::IDevice* described = open.camera().getDevice();
+    if (!described)
+        throw CtlError(QString("%1 does not describe itself.").arg(open.entry().name), CtlError::kFailed);
+    const QVector<DeviceProperties::Property> properties = DeviceProperties::of(*described);
     if (json(parser)) {
         QJsonObject object{{"index", open.entry().index}};
         for (const auto& property : properties)

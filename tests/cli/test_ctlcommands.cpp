@@ -105,6 +105,29 @@ private slots:
         QVERIFY2(answer.startsWith("mjpeg,") && answer.section(',', 1).toInt() > 0, qPrintable(answer));
     }
 
+    void serialShowsWhatTheCameraSaysAndSends()
+    {
+        // The camera's own pseudo-terminal, wherever /dev/ttyACM0 points.
+        const QString line = QString::fromStdString(
+            ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+        if (line.isEmpty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        Run run{0, QString(), QString()};
+        CommandOutput output(&run.out, &run.err);
+        run.status = CtlProgram().run({"tarvello-ctl", "serial", "-d", "virtual", "--port", line, "--send", "help",
+                                       "--duration", "1.5"},
+                                      output);
+        // Several virtual cameras match "virtual": refused before the line is touched.
+        QCOMPARE(run.status, 3);
+        run.out.clear();
+        run.status = CtlProgram().run({"tarvello-ctl", "serial", "--port", line, "--send", "help", "--duration", "1.5"},
+                                      output);
+        output.out().flush();
+        QCOMPARE(run.status, 0);
+        QVERIFY2(run.out.contains("commands: status") && run.out.contains("Ready."), qPrintable(run.out));
+        QVERIFY(QRegularExpression("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}  ").match(run.out).hasMatch());
+    }
+
     void damagedFramesAreLeftOutNotDecoded()
     {
         StreamFormat rgb;
@@ -131,6 +154,50 @@ private slots:
         QVERIFY(!recorder.write(bytes(whole), whole.size() / 2, 0));
         QVERIFY(recorder.write(bytes(whole), whole.size(), 0));
         recorder.finish();
+    }
+
+    void rawFramesComeBackBitExact_data()
+    {
+        QTest::addColumn<QString>("fourcc");
+        QTest::addColumn<int>("bytesPerPixel");
+        QTest::addColumn<QString>("decodedAs");
+        QTest::newRow("RGB3") << "RGB3" << 3 << "rgb24";
+        QTest::newRow("BGR3") << "BGR3" << 3 << "bgr24";
+        QTest::newRow("YUYV") << "YUYV" << 2 << "yuyv422";
+        QTest::newRow("GRBG") << "GRBG" << 1 << "gray";
+    }
+
+    void rawFramesComeBackBitExact()
+    {
+        QFETCH(QString, fourcc);
+        QFETCH(int, bytesPerPixel);
+        QFETCH(QString, decodedAs);
+        const QString ffmpeg = QStandardPaths::findExecutable("ffmpeg");
+        if (ffmpeg.isEmpty())
+            QSKIP("ffmpeg is not installed (package ffmpeg)");
+        StreamFormat format;
+        format.fourcc = fourcc;
+        format.width = 64;
+        format.height = 48;
+        format.bytesPerLine = 64 * bytesPerPixel;
+        QByteArray frames;
+        QTemporaryDir dir;
+        const QString file = dir.filePath("exact.mkv");
+        {
+            VideoRecorder recorder(file, format);
+            for (int frame = 0; frame < 2; ++frame) {
+                QByteArray bytes(format.bytesPerLine * format.height, '\0');
+                for (int i = 0; i < bytes.size(); ++i)
+                    bytes[i] = char((i * 7 + frame * 31 + i / 97) & 0xff);
+                QVERIFY(recorder.write(reinterpret_cast<const unsigned char*>(bytes.constData()), bytes.size(),
+                                       frame * 16667));
+                frames += bytes;
+            }
+        }
+        QProcess decode;
+        decode.start(ffmpeg, {"-v", "error", "-i", file, "-f", "rawvideo", "-pix_fmt", decodedAs, "-"});
+        QVERIFY(decode.waitForFinished(60000));
+        QCOMPARE(decode.readAllStandardOutput(), frames);
     }
 
     void statisticsCountGapsLateFramesAndRate()
