@@ -26,6 +26,11 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://www.kelvane.com/tarvello-center")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "usr/${TARVELLO_INSTALL_PKGLIBDIR}")
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "psmisc")
+# The Python package is an extra: its frames are numpy arrays, but the
+# application does not need Python at all.
+if(TARVELLO_BUILD_PYTHON)
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python3, python3-numpy")
+endif()
 # Plugged cameras get the new rule's access without being replugged. Our own
 # postrm also keeps CPack from adding an ldconfig call for the private
 # libraries, which sit below usr/lib but outside the linker's path.

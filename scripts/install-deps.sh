@@ -11,12 +11,13 @@ for group in "$@"; do
     build)
         packages+=(cmake make g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
                    libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core
-                   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev) ;;
+                   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+                   python3-dev pybind11-dev python3-numpy) ;;
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;
     test)
         # ffmpeg brings ffprobe, which examines what tarvello-ctl records.
-        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file ffmpeg) ;;
+        packages+=(xvfb xauth desktop-file-utils appstream groff-base dpkg-dev file ffmpeg python3-pytest) ;;
     package)
         packages+=(dpkg-dev file) ;;
     bench)

@@ -35,6 +35,15 @@ check "package links fuser to the system's one" \
     grep -qE " ./usr/lib/tarvello-center/fuser -> /(usr/)?s?bin/fuser$" <<<"$contents"
 check "launcher and program are executable" \
     bash -c '[ "$(grep -cE "^-rwxr-xr-x .* ./usr/(bin|lib/tarvello-center)/tarvello-center$" <<<"$1")" -eq 2 ]' _ "$contents"
+python_built=false
+[ -d "$build/python/tarvello" ] && python_built=true
+if $python_built; then
+    check "package holds the Python module" \
+        grep -qE " ./usr/lib/python3/dist-packages/tarvello/_native\.cpython-[^ ]+\.so$" <<<"$contents"
+    for file in __init__.py __init__.pyi py.typed; do
+        check "package holds tarvello/$file" grep -qE " ./usr/lib/python3/dist-packages/tarvello/$file$" <<<"$contents"
+    done
+fi
 check "every file belongs to root" bash -c '! grep -v " root/root " <<<"$1"' _ "$contents"
 check "nothing outside /usr" bash -c '! grep -vE " \./(usr/.*)?( |$)" <<<"$1"' _ "$contents"
 
@@ -61,4 +70,9 @@ root=$out/root
 dpkg-deb -x "$deb" "$root"
 check "packaged program finds all its libraries" \
     bash -c '! ldd "$1" | grep -q "not found"' _ "$root/usr/lib/tarvello-center/tarvello-center"
+if $python_built; then
+    check "packaged Python module finds the camera layer" \
+        bash -c 'ldd "$1" | grep -qF "libimageacquisition.so => $2/" && ! ldd "$1" | grep -q "not found"' \
+        _ "$(ls "$root"/usr/lib/python3/dist-packages/tarvello/_native.*.so)" "$root"
+fi
 finish

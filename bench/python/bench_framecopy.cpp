@@ -1,0 +1,145 @@
+// The floor under the Python module's frame loop: the same frames of the
+// virtual camera taken in plain C++ with nothing but the copy (and, for
+// MJPG, the decode with libjpeg-turbo) that the module must make too. Like
+// the module's, each copy goes into memory of its own, since a frame that
+// stays valid after the layer reuses its buffer needs that; and the last
+// frame is still held while the next one is made, as in a Python loop
+// (for frame in stream: ...), where the name keeps it until it is rebound.
+//
+//   bench_framecopy FOURCC FRAMES
+//
+// Prints one line of key=value pairs, medians of this thread's CPU time
+// per frame in milliseconds (medians, since the machine may be shared):
+//   loop  getFrame + copy or decode + releaseFrame, for frames that were due
+//   copy  the copy or decode alone
+// The waits between frames sleep and are not counted; they sleep the way
+// the module's do, until the next frame is due by the last one's time
+// stamp, since how long a thread sleeps decides how cold its caches are
+// when it wakes.
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <turbojpeg.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace ImageAcquisition;
+
+namespace {
+
+constexpr unsigned kWidth = 1920;
+constexpr unsigned kHeight = 1080;
+constexpr auto kPeriod = std::chrono::microseconds(1000000 / 60);
+constexpr auto kSlack = std::chrono::microseconds(200);
+constexpr auto kPoll = std::chrono::milliseconds(2);
+
+double threadCpuMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+// Chooses the format at 1920x1080 and 1/60 s; false when the camera has none.
+bool choose(IStreamingCamera& camera, const std::string& fourcc)
+{
+    for (int f = 0; f < camera.getFormatCount(); ++f) {
+        IPixelFormat* format = camera.getFormat(f);
+        if (!format || fourcc != format->getFourCC())
+            continue;
+        for (int r = 0; r < format->getResolutionCount(); ++r) {
+            IResolution* resolution = format->getResolution(r);
+            if (!resolution || resolution->getWidth() != kWidth || resolution->getHeight() != kHeight)
+                continue;
+            for (int i = 0; i < resolution->getFrameIntervalCount(); ++i) {
+                IFrameInterval* interval = resolution->getFrameInterval(i);
+                if (interval && interval->getNumerator() == 1 && interval->getDenominator() == 60)
+                    return camera.setFormat(f, r, i);
+            }
+        }
+    }
+    return false;
+}
+
+double median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+struct TurboJpeg
+{
+    tjhandle handle = tjInitDecompress();
+    ~TurboJpeg() { tjDestroy(handle); }
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s FOURCC FRAMES\n", argv[0]);
+        return 2;
+    }
+    const std::string fourcc = argv[1];
+    const int frames = std::atoi(argv[2]);
+    setenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1", 0);
+
+    ICameraFactory* factory = ICameraFactory::getUniqueInstance();
+    const std::unique_ptr<IDeviceList> list(factory->getDeviceList());
+    const IDevice* device = list && list->getDeviceCount() > 0 ? list->getDevice(list->getDeviceCount() - 1) : nullptr;
+    const std::unique_ptr<IStreamingCamera> camera(device ? factory->createCamera(device) : nullptr);
+    if (!camera || !choose(*camera, fourcc) || camera->allocateBuffers(4) != 0 || camera->startStreaming() != 0) {
+        std::fprintf(stderr, "bench_framecopy: cannot stream %s at %ux%u 1/60 s\n", fourcc.c_str(), kWidth, kHeight);
+        return 1;
+    }
+
+    const bool jpeg = fourcc == "MJPG";
+    const size_t outSize = size_t(kWidth) * kHeight * 3;
+    std::unique_ptr<unsigned char[]> last;
+    std::chrono::steady_clock::time_point nextDue{};
+    TurboJpeg decoder;
+    std::vector<double> loopMs;
+    std::vector<double> copyMs;
+    int taken = 0;
+    while (taken < frames) {
+        const double start = threadCpuMs();
+        IFrame* frame = camera->getFrame();
+        if (frame->isEmpty()) {
+            camera->releaseFrame(frame);
+            std::this_thread::sleep_until(std::max(nextDue, std::chrono::steady_clock::now() + kPoll));
+            continue;
+        }
+        const IFrame::TimeStamp stamp = frame->getTimeStamp();
+        nextDue = std::chrono::steady_clock::time_point(std::chrono::seconds(stamp.seconds)
+                                                        + std::chrono::microseconds(stamp.microseconds))
+                  + kPeriod + kSlack;
+        const double copyStart = threadCpuMs();
+        std::unique_ptr<unsigned char[]> out(new unsigned char[outSize]);
+        if (jpeg) {
+            tjDecompress2(decoder.handle, frame->getData(), static_cast<unsigned long>(frame->getSize()), out.get(),
+                          int(kWidth), int(kWidth) * 3, int(kHeight), TJPF_RGB, 0);
+        } else {
+            std::memcpy(out.get(), frame->getData(), std::min(outSize, size_t(frame->getSize())));
+        }
+        last = std::move(out);
+        const double copyEnd = threadCpuMs();
+        camera->releaseFrame(frame);
+        loopMs.push_back(threadCpuMs() - start);
+        copyMs.push_back(copyEnd - copyStart);
+        ++taken;
+    }
+    camera->stopStreaming();
+    camera->releaseBuffers();
+    std::printf("format=%s frames=%d loop=%.3f copy=%.3f\n", fourcc.c_str(), taken, median(loopMs), median(copyMs));
+    return 0;
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "frame.h"
+#include "jpegdecoder.h"
+
+#include <pybind11/numpy.h>
+
+#include <string>
+#include <vector>
+
+namespace TarvelloPython {
+
+// Turns the layer's frames of one stream into numpy arrays (or bytes).
+// The work is split by who may run it: prepare() and finish() need the
+// GIL, fill() runs without it while the layer's frame is held, so the copy
+// and the decode never block other Python threads.
+//
+// Arrays: RGB3 and BGR3 give height x width x 3 in the camera's byte order
+// (BGR3 stays blue, green, red); 8-bit Bayer (GRBG and kin) gives height x
+// width; YUYV gives height x width x 2; MJPG is decoded to height x width x 3
+// RGB. Without decoding every format gives the delivered bytes.
+class FrameConverter
+{
+public:
+    struct Layout
+    {
+        std::string fourcc;
+        int width = 0;
+        int height = 0;
+        int bytesPerLine = 0;
+    };
+
+    // Where one frame goes: the array made ready before the wait, or the
+    // delivered bytes when the stream does not decode.
+    struct Destination
+    {
+        pybind11::array_t<unsigned char> array;
+        unsigned char* pixels = nullptr;
+        std::vector<unsigned char> bytes;
+        std::string problem;
+    };
+
+    // Throws std::invalid_argument for a format without an array layout
+    // when decoding is asked for.
+    FrameConverter(Layout layout, bool decode);
+
+    static bool hasArrayLayout(const std::string& fourcc);
+
+    Destination prepare() const;
+    // Copies (or decodes) the frame's bytes; never throws: a problem is
+    // kept in the destination and raised by finish().
+    void fill(const unsigned char* data, size_t size, Destination& destination);
+    // Completes the frame; throws std::invalid_argument for a frame that is
+    // cut short, not a JPEG picture, or a picture of another size.
+    void finish(Destination& destination, Frame& frame);
+
+private:
+    int channels() const;
+    bool isJpeg() const;
+
+    Layout m_layout;
+    bool m_decode;
+    JpegDecoder m_jpeg;
+};
+
+} // namespace TarvelloPython

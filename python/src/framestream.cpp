@@ -1,0 +1,213 @@
+#include "framestream.h"
+
+#include "cameragone.h"
+#include "gilfreewait.h"
+#include "pycamera.h"
+#include "streamtimeout.h"
+
+#include <imageacquisition/imageacquisition.h>
+#include <refused.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <stdexcept>
+
+namespace TarvelloPython {
+
+using namespace ImageAcquisition;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// Once a frame is overdue, the layer is looked at this often per frame
+// period: a late frame waits at most an eighth of a period to be seen.
+constexpr int kPollsPerPeriod = 8;
+constexpr auto kShortestPoll = std::chrono::milliseconds(1);
+constexpr auto kLongestPoll = std::chrono::milliseconds(10);
+// Woken this much after the due time, the frame is there on the first look.
+constexpr auto kDueSlack = std::chrono::microseconds(200);
+
+std::string errnoText(int result)
+{
+    return std::strerror(result < 0 ? -result : result);
+}
+
+} // namespace
+
+FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers)
+    : m_camera(std::move(camera))
+{
+    if (!(timeoutSeconds > 0.0) || !std::isfinite(timeoutSeconds))
+        throw std::invalid_argument("timeout must be a positive number of seconds");
+    if (buffers < 1 || buffers > 32)
+        throw std::invalid_argument("buffers must be between 1 and 32");
+    m_timeout = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(timeoutSeconds));
+
+    {
+        const std::lock_guard<std::mutex> lock(m_camera->mutex());
+        IStreamingCamera& cam = m_camera->camera();
+        IPixelFormat* format = cam.getFormat(cam.getCurrentFormatIndex());
+        IResolution* resolution = format ? format->getResolution(cam.getCurrentResolutionIndex()) : nullptr;
+        IFrameInterval* interval = resolution ? resolution->getFrameInterval(cam.getCurrentFrameIntervalIndex()) : nullptr;
+        m_layout.fourcc = format && format->getFourCC() ? format->getFourCC() : "";
+        m_layout.width = resolution ? int(resolution->getWidth()) : 0;
+        m_layout.height = resolution ? int(resolution->getHeight()) : 0;
+        m_layout.bytesPerLine = resolution ? resolution->getBytesPerLine() : 0;
+        if (interval && interval->getNumerator() > 0 && interval->getDenominator() > 0)
+            m_period = std::chrono::duration_cast<Clock::duration>(
+                std::chrono::duration<double>(double(interval->getNumerator()) / interval->getDenominator()));
+    }
+    m_converter = std::make_unique<FrameConverter>(m_layout, decode);
+
+    m_camera->claimStream();
+    // Watching starts before streaming, so that an unplugging in between is not missed.
+    m_events = std::make_unique<CameraEvents>();
+    m_removalsSeen = m_events->removals();
+    int result = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_camera->mutex());
+        IStreamingCamera& cam = m_camera->camera();
+        result = cam.allocateBuffers(buffers);
+        if (result == 0) {
+            result = cam.startStreaming();
+            if (result != 0)
+                cam.releaseBuffers();
+        }
+    }
+    if (result != 0) {
+        m_events.reset();
+        m_camera->releaseStream();
+        if (result == -ENODEV || !m_camera->isPresent())
+            throw CameraGone(m_camera->goneMessage());
+        throw Tarvello::Refused(QString("The camera cannot stream: %1.").arg(QString::fromStdString(errnoText(result))));
+    }
+    m_open = true;
+}
+
+FrameStream::~FrameStream()
+{
+    stop();
+}
+
+void FrameStream::close()
+{
+    m_closeRequested = true;
+    if (!m_waiting)
+        stop();
+}
+
+void FrameStream::stop()
+{
+    if (!m_open)
+        return;
+    m_open = false;
+    {
+        // Results are not looked at: a camera that went away is stopped all the same.
+        const std::lock_guard<std::mutex> lock(m_camera->mutex());
+        m_camera->camera().stopStreaming();
+        m_camera->camera().releaseBuffers();
+    }
+    m_events.reset();
+    m_camera->releaseStream();
+}
+
+Clock::duration FrameStream::pollPeriod() const
+{
+    const Clock::duration poll = m_period / kPollsPerPeriod;
+    if (poll < kShortestPoll)
+        return kShortestPoll;
+    if (poll > kLongestPoll)
+        return kLongestPoll;
+    return poll;
+}
+
+void FrameStream::pause(Clock::duration limit)
+{
+    const Clock::time_point now = Clock::now();
+    const Clock::duration wait = m_nextDue > now ? m_nextDue - now + kDueSlack : pollPeriod();
+    m_events->waitFor(std::min(limit, wait));
+}
+
+void FrameStream::throwIfGone()
+{
+    if (m_gone)
+        throw CameraGone(m_camera->goneMessage());
+    const unsigned long long removals = m_events ? m_events->removals() : 0;
+    if (removals == m_removalsSeen)
+        return;
+    m_removalsSeen = removals;
+    if (!m_camera->isPresent()) {
+        m_gone = true;
+        throw CameraGone(m_camera->goneMessage());
+    }
+}
+
+bool FrameStream::tryTake(FrameConverter::Destination& destination, Frame& frame)
+{
+    if (m_closeRequested)
+        return true;
+    throwIfGone();
+    const std::lock_guard<std::mutex> lock(m_camera->mutex());
+    IStreamingCamera& cam = m_camera->camera();
+    IFrame* taken = cam.getFrame();
+    if (!taken)
+        return false;
+    if (taken->isEmpty() || !taken->getData() || taken->getSize() <= 0) {
+        cam.releaseFrame(taken);
+        return false;
+    }
+    frame.number = taken->getFrameNumber();
+    const IFrame::TimeStamp stamp = taken->getTimeStamp();
+    frame.timestamp = double(stamp.seconds) + double(stamp.microseconds) / 1e6;
+    // Time stamps are on the monotonic clock, as steady_clock is; one on
+    // another clock is kept from sending the wait far off by the clamp.
+    const Clock::time_point stamped{std::chrono::seconds(stamp.seconds) + std::chrono::microseconds(stamp.microseconds)};
+    const Clock::time_point now = Clock::now();
+    m_nextDue = std::clamp(stamped + m_period, now, now + m_period);
+    m_converter->fill(taken->getData(), size_t(taken->getSize()), destination);
+    cam.releaseFrame(taken);
+    return true;
+}
+
+std::optional<Frame> FrameStream::next()
+{
+    if (!m_open || m_closeRequested) {
+        stop();
+        return std::nullopt;
+    }
+    if (m_waiting.exchange(true))
+        throw std::logic_error("the stream is already being read by another thread");
+    FrameConverter::Destination destination = m_converter->prepare();
+    Frame frame;
+    const Clock::time_point deadline = Clock::now() + m_timeout;
+    bool taken = false;
+    try {
+        taken = GilFreeWait::until(
+            deadline, [&] { return tryTake(destination, frame); },
+            [&](Clock::duration limit) { pause(limit); });
+    } catch (...) {
+        m_waiting = false;
+        throw;
+    }
+    m_waiting = false;
+    if (m_closeRequested) {
+        stop();
+        return std::nullopt;
+    }
+    if (!taken) {
+        // A camera unplugged without a report (or before watching began)
+        // shows up as silence: it is told apart from a slow one here.
+        if (!m_camera->isPresent()) {
+            m_gone = true;
+            throw CameraGone(m_camera->goneMessage());
+        }
+        throw StreamTimeout("no frame came within "
+                            + std::to_string(std::chrono::duration<double>(m_timeout).count()) + " s");
+    }
+    m_converter->finish(destination, frame);
+    return frame;
+}
+
+} // namespace TarvelloPython

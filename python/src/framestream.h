@@ -1,0 +1,67 @@
+#pragma once
+
+#include "cameraevents.h"
+#include "frame.h"
+#include "frameconverter.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace TarvelloPython {
+
+class PyCamera;
+
+// A running stream of one camera, from construction until close() (or
+// destruction). next() waits for the layer's next frame without the GIL
+// and without spinning: the layer's getFrame never blocks, so the wait
+// sleeps until the next frame is due by the last one's time stamp and the
+// frame period, then looks at short intervals. It sleeps on the hot-plug
+// watcher, which also wakes it at once when a camera goes away.
+class FrameStream
+{
+public:
+    // Starts streaming in the camera's current format. Throws Refused when
+    // the camera cannot stream (busy, or another stream runs), CameraGone
+    // when it was unplugged, std::invalid_argument for a format without an
+    // array layout when decode is true.
+    FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers);
+    ~FrameStream();
+    FrameStream(const FrameStream&) = delete;
+    FrameStream& operator=(const FrameStream&) = delete;
+
+    // The next frame, or nothing once the stream is closed (also by another
+    // thread while this one waits). Throws StreamTimeout when no frame comes
+    // within the timeout, CameraGone once the camera is unplugged.
+    std::optional<Frame> next();
+    // Stops the stream; when another thread waits in next() right now, that
+    // thread stops it as soon as it wakes.
+    void close();
+    bool isOpen() const { return m_open && !m_closeRequested; }
+    const FrameConverter::Layout& layout() const { return m_layout; }
+
+private:
+    // One look at the layer: true when a frame was taken (and copied into
+    // destination). Runs without the GIL.
+    bool tryTake(FrameConverter::Destination& destination, Frame& frame);
+    void throwIfGone();
+    void stop();
+    std::chrono::steady_clock::duration pollPeriod() const;
+    void pause(std::chrono::steady_clock::duration limit);
+
+    std::shared_ptr<PyCamera> m_camera;
+    FrameConverter::Layout m_layout;
+    std::unique_ptr<FrameConverter> m_converter;
+    std::unique_ptr<CameraEvents> m_events;
+    std::chrono::steady_clock::duration m_timeout;
+    std::chrono::steady_clock::duration m_period{std::chrono::milliseconds(33)};
+    std::chrono::steady_clock::time_point m_nextDue{};
+    unsigned long long m_removalsSeen = 0;
+    bool m_open = false;
+    bool m_gone = false;
+    std::atomic<bool> m_waiting{false};
+    std::atomic<bool> m_closeRequested{false};
+};
+
+} // namespace TarvelloPython

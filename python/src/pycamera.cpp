@@ -1,0 +1,74 @@
+#include "pycamera.h"
+
+#include "cameragone.h"
+
+#include <imageacquisition/imageacquisition.h>
+#include <layertext.h>
+#include <refused.h>
+
+#include <QString>
+
+#include <cstring>
+
+namespace TarvelloPython {
+
+using namespace ImageAcquisition;
+
+PyCamera::PyCamera(const std::string& selector)
+    : m_open(std::make_unique<Tarvello::OpenCamera>(QString::fromStdString(selector)))
+{
+}
+
+PyCamera::~PyCamera() = default;
+
+void PyCamera::setFormat(const std::optional<std::string>& fourcc, const std::optional<FormatChoice::Size>& size,
+                         const std::optional<FormatChoice::Interval>& interval)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_streaming)
+        throw Tarvello::Refused("The format cannot change while the camera streams.");
+    const FormatChoice choice(camera(), fourcc, size, interval);
+    if (!camera().setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex)) {
+        if (!isPresent())
+            throw CameraGone(goneMessage());
+        throw Tarvello::Refused("The camera refused the format.");
+    }
+}
+
+void PyCamera::claimStream()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_streaming)
+        throw Tarvello::Refused("The camera already streams; close that stream first.");
+    m_streaming = true;
+}
+
+void PyCamera::releaseStream()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_streaming = false;
+}
+
+bool PyCamera::isPresent() const
+{
+    // A device is the same one while its node and its port stay the same;
+    // an open camera keeps describing its device after the device is gone.
+    const IDevice* own = camera().getDevice();
+    if (!own)
+        return false;
+    const std::unique_ptr<IDeviceList> list(ICameraFactory::getUniqueInstance()->getDeviceList());
+    for (int i = 0; list && i < list->getDeviceCount(); ++i) {
+        const IDevice* device = list->getDevice(i);
+        if (device && Tarvello::layerText(device->getSystemName()) == Tarvello::layerText(own->getSystemName())
+            && Tarvello::layerText(device->getBusInfo()) == Tarvello::layerText(own->getBusInfo()))
+            return true;
+    }
+    return false;
+}
+
+std::string PyCamera::goneMessage() const
+{
+    return (entry().summary() + " was unplugged.").toStdString();
+}
+
+} // namespace TarvelloPython

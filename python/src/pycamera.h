@@ -1,0 +1,54 @@
+#pragma once
+
+#include "formatchoice.h"
+
+#include <opencamera.h>
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace TarvelloPython {
+
+// An open camera shared by its Python object, its controls and its
+// streams. Every call into the layer for this camera holds mutex(): Python
+// threads may use one camera at once, and the waits of a stream run
+// without the GIL. The mutex is never held while the GIL is being taken,
+// so the two cannot deadlock.
+class PyCamera
+{
+public:
+    // Selection as tarvello-ctl does it; throws the core's NoSuchCamera or Refused.
+    explicit PyCamera(const std::string& selector);
+    ~PyCamera();
+    PyCamera(const PyCamera&) = delete;
+    PyCamera& operator=(const PyCamera&) = delete;
+
+    ImageAcquisition::IStreamingCamera& camera() const { return m_open->camera(); }
+    const Tarvello::CameraEntry& entry() const { return m_open->entry(); }
+    std::mutex& mutex() const { return m_mutex; }
+
+    // Throws std::invalid_argument for choices the camera does not offer,
+    // the core's Refused when it says no (while a stream runs, say),
+    // CameraGone when it was unplugged.
+    void setFormat(const std::optional<std::string>& fourcc, const std::optional<FormatChoice::Size>& size,
+                   const std::optional<FormatChoice::Interval>& interval);
+
+    // One stream at a time: the layer's buffers belong to the camera.
+    // Throws Refused when a stream already runs.
+    void claimStream();
+    void releaseStream();
+
+    // Whether the camera's device is still in the layer's device list.
+    bool isPresent() const;
+    // The message of the CameraGone a caller raises once isPresent() is false.
+    std::string goneMessage() const;
+
+private:
+    std::unique_ptr<Tarvello::OpenCamera> m_open;
+    mutable std::mutex m_mutex;
+    bool m_streaming = false;
+};
+
+} // namespace TarvelloPython
