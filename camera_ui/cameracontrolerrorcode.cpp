@@ -12,16 +12,16 @@ namespace CameraUI {
 
 namespace {
 
-constexpr int kPollInterval = 500;
-constexpr int kLastPairColumn = 8;
+constexpr int kErrorPollInterval = 500;
+constexpr int kLastErrorPairColumn = 8;
 
-struct Entry
+struct ErrorEntry
 {
     CameraControlErrorCode::ErrorCode code;
     const char* text;
 };
 
-const Entry kEntries[] = {
+const ErrorEntry kErrorEntries[] = {
     {CameraControlErrorCode::OverTemperature, "Over Temperature"},
     {CameraControlErrorCode::VideoDma, "Video DMA"},
     {CameraControlErrorCode::Gpif, "GPIF"},
@@ -66,12 +66,12 @@ CameraControlErrorCode::CameraControlErrorCode(ImageAcquisition::ICameraControlN
                                                QWidget* parent)
     : CameraControlBase(parent), m_control(control), m_timer(this), m_clearButton()
 {
-    for (const Entry& entry : kEntries)
+    for (const ErrorEntry& entry : kErrorEntries)
         m_errors.append(new SingleError(entry.code, entry.text, this));
     buildUi();
     connect(&m_timer, SIGNAL(timeout()), this, SLOT(updateSlot()));
     m_timer.setSingleShot(false);
-    m_timer.start(kPollInterval);
+    m_timer.start(kErrorPollInterval);
 }
 
 CameraControlErrorCode::~CameraControlErrorCode()
@@ -93,7 +93,7 @@ void CameraControlErrorCode::buildUi()
         grid->addWidget(error->m_label, row, column + 1);
         setLabelEffects(error->m_label);
         column += 2;
-        if (column > kLastPairColumn) {
+        if (column > kLastErrorPairColumn) {
             ++row;
             column = 0;
         }

@@ -9,7 +9,7 @@
 namespace CameraUI {
 
 namespace {
-constexpr int kPollInterval = 500;
+constexpr int kRoiPollInterval = 500;
 const char* const kTemperatureName = "Temperature (C)";
 } // namespace
 
@@ -19,7 +19,7 @@ CameraControlROInt::CameraControlROInt(ImageAcquisition::ICameraControlNumeric<i
     buildUi(controlString());
     connect(&m_timer, SIGNAL(timeout()), this, SLOT(updateSlot()));
     m_timer.setSingleShot(false);
-    m_timer.start(kPollInterval);
+    m_timer.start(kRoiPollInterval);
 }
 
 CameraControlROInt::~CameraControlROInt()

@@ -12,15 +12,15 @@ namespace CameraUI {
 
 namespace {
 
-constexpr int kLastPairColumn = 8;
+constexpr int kLastTriggerPairColumn = 8;
 
-struct Entry
+struct TriggerEntry
 {
     CameraControlTrigger::TriggerCode code;
     const char* text;
 };
 
-const Entry kEntries[] = {
+const TriggerEntry kTriggerEntries[] = {
     {CameraControlTrigger::Exposure, "Exposure"},
     {CameraControlTrigger::Focus, "Focus"},
     {CameraControlTrigger::WhiteBalance, "White Balance"},
@@ -49,7 +49,7 @@ bool CameraControlTrigger::SingleTrigger::isChecked() const
 CameraControlTrigger::CameraControlTrigger(ImageAcquisition::ICameraControlNumeric<int>& control, QWidget* parent)
     : CameraControlBase(parent), m_control(control), m_sendButton()
 {
-    for (const Entry& entry : kEntries)
+    for (const TriggerEntry& entry : kTriggerEntries)
         m_triggers.append(new SingleTrigger(entry.code, entry.text, this));
     buildUi();
 }
@@ -72,13 +72,13 @@ void CameraControlTrigger::buildUi()
         grid->addWidget(trigger->m_label, row, column + 1);
         setLabelEffects(trigger->m_label);
         column += 2;
-        if (column > kLastPairColumn) {
+        if (column > kLastTriggerPairColumn) {
             ++row;
             column = 0;
         }
     }
     // Keeps the pairs packed to the left of the row.
-    if (column != kLastPairColumn) {
+    if (column != kLastTriggerPairColumn) {
         auto* filler = new QWidget(this);
         filler->setSizePolicy(QSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed));
         grid->addWidget(filler, row, column);

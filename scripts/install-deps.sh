@@ -9,7 +9,7 @@ needs_kernel_index=false
 for group in "$@"; do
     case "$group" in
     build)
-        packages+=(cmake make g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
+        packages+=(cmake make ninja-build g++ pkg-config qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev
                    libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core
                    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
                    python3-dev pybind11-dev python3-numpy) ;;

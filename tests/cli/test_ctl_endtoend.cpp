@@ -84,15 +84,13 @@ class TestCtlEndToEnd : public QObject
 private slots:
     void helpVersionAndUnknownCommands()
     {
+        // Each command's own help is checked in process (test_ctlcommands).
         const Result overview = ctl({"--help"});
         CHECK_RUN(overview, 0);
-        for (const QString command : {"list", "info", "formats", "controls", "get", "set", "reset", "profile",
-                                       "grab", "stats", "record", "doctor", "serial"}) {
-            QVERIFY2(overview.out.contains("  " + command + " "), qPrintable(command));
-            const Result help = ctl({command, "--help"});
-            CHECK_RUN(help, 0);
-            QVERIFY(help.out.contains("tarvello-ctl " + command) && help.out.contains("3  no such camera"));
-        }
+        QVERIFY(overview.out.contains("  serial "));
+        const Result help = ctl({"grab", "--help"});
+        CHECK_RUN(help, 0);
+        QVERIFY(help.out.contains("tarvello-ctl grab") && help.out.contains("3  no such camera"));
         CHECK_RUN(ctl({"--version"}), 0);
         CHECK_RUN(ctl({"explode"}), 2);
         CHECK_RUN(ctl({"list", "--bogus"}), 2);
@@ -243,7 +241,7 @@ private slots:
         QVERIFY(report["frames"].toInt() > 0);
         QCOMPARE(report["nominal_fps"].toDouble(), 60.0);
         QVERIFY(report.contains("late_frames") && report.contains("interval_stddev_ms"));
-        const Result watch = onVirtual({"stats", "--duration", "2.5", "--watch"});
+        const Result watch = onVirtual({"stats", "--duration", "1.5", "--watch"});
         CHECK_RUN(watch, 0);
         QVERIFY(watch.out.contains("1 s: ") && watch.out.contains("frame numbers:"));
         CHECK_RUN(onVirtual({"stats", "--duration", "soon"}), 2);

@@ -62,8 +62,32 @@ private slots:
     void initTestCase() { qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1"); }
     void init()
     {
-        // Every case unplugs the last camera; it gets a fresh one.
-        ImageAcquisition::VirtualCameras::plug();
+        // The streaming cases unplug the last camera; each case starts with
+        // the environment's camera and one plugged in.
+        if (ImageAcquisition::VirtualCameras::count() == 1)
+            ImageAcquisition::VirtualCameras::plug();
+    }
+
+    void everyCommandIsListedWithItsHelp()
+    {
+        Run overview{0, QString(), QString()};
+        {
+            CommandOutput output(&overview.out, &overview.err);
+            overview.status = CtlProgram().run({"tarvello-ctl", "--help"}, output);
+        }
+        QCOMPARE(overview.status, 0);
+        for (const QString command : {"list", "info", "formats", "controls", "get", "set", "reset", "profile",
+                                       "grab", "stats", "record", "doctor", "serial"}) {
+            QVERIFY2(overview.out.contains("  " + command + " "), qPrintable(command));
+            Run help{0, QString(), QString()};
+            {
+                CommandOutput output(&help.out, &help.err);
+                help.status = CtlProgram().run({"tarvello-ctl", command, "--help"}, output);
+            }
+            QCOMPARE(help.status, 0);
+            QVERIFY2(help.out.contains("tarvello-ctl " + command) && help.out.contains("3  no such camera"),
+                     qPrintable(command));
+        }
     }
 
     void grabEndsCleanlyWhenTheCameraIsUnplugged()

@@ -197,8 +197,11 @@ private slots:
         const auto boxes = answerBoxes();
         for (int i = 0; i < 3; ++i)
             QMetaObject::invokeMethod(&window, "cameraSelectionChanged", Qt::DirectConnection, Q_ARG(int, 0));
-        QTRY_COMPARE(m_line->received(), QByteArray("\r"));
+        QTRY_VERIFY(!m_line->received().isEmpty());
         QTest::qWait(800);
+        // Each opening sends its carriage return; whether a released port's
+        // reached the line before it was closed depends on the machine's load.
+        QCOMPARE(m_line->received(), QByteArray(m_line->received().size(), '\r'));
         QCOMPARE(boxes->handled, 0);
         QCOMPARE(window.findChildren<QSerialPort*>().size(), 1);
         QVERIFY(window.findChild<QSerialPort*>()->isOpen());
