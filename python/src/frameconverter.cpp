@@ -1,5 +1,6 @@
 #include "frameconverter.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -8,6 +9,9 @@ namespace py = pybind11;
 namespace TarvelloPython {
 
 namespace {
+
+// Enough for a loop that keeps the last frame or two while it takes the next.
+constexpr size_t kRecentArrays = 3;
 
 bool isBayer8(const std::string& fourcc)
 {
@@ -45,18 +49,37 @@ int FrameConverter::channels() const
     return 3;
 }
 
-FrameConverter::Destination FrameConverter::prepare() const
+py::array_t<unsigned char> FrameConverter::newArray() const
+{
+    const py::ssize_t h = m_layout.height;
+    const py::ssize_t w = m_layout.width;
+    if (channels() == 1)
+        return py::array_t<unsigned char>({h, w});
+    return py::array_t<unsigned char>({h, w, py::ssize_t(channels())});
+}
+
+FrameConverter::Destination FrameConverter::prepare()
 {
     Destination destination;
     if (!m_decode)
         return destination;
-    const py::ssize_t h = m_layout.height;
-    const py::ssize_t w = m_layout.width;
-    if (channels() == 1)
-        destination.array = py::array_t<unsigned char>({h, w});
-    else
-        destination.array = py::array_t<unsigned char>({h, w, py::ssize_t(channels())});
-    destination.pixels = destination.array.mutable_data();
+    const auto unheld = std::find_if(m_recent.begin(), m_recent.end(),
+                                     [](const py::array_t<unsigned char>& recent) { return recent.ref_count() == 1; });
+    if (unheld != m_recent.end()) {
+        destination.pixels = unheld->mutable_data();
+        destination.array = *unheld;
+        return destination;
+    }
+    py::array_t<unsigned char> array = newArray();
+    destination.pixels = array.mutable_data();
+    // Every recent array is still held: the oldest is left to its holder.
+    if (m_recent.size() < kRecentArrays) {
+        m_recent.push_back(array);
+    } else {
+        m_recent[m_nextReplaced] = array;
+        m_nextReplaced = (m_nextReplaced + 1) % kRecentArrays;
+    }
+    destination.array = std::move(array);
     return destination;
 }
 

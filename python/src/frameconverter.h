@@ -5,6 +5,7 @@
 
 #include <pybind11/numpy.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,9 @@ public:
     // delivered bytes when the stream does not decode.
     struct Destination
     {
-        pybind11::array_t<unsigned char> array;
+        // None until prepare() gives it an array (a default array_t would
+        // make an empty numpy array for nothing).
+        pybind11::object array;
         unsigned char* pixels = nullptr;
         std::vector<unsigned char> bytes;
         std::string problem;
@@ -46,7 +49,10 @@ public:
 
     static bool hasArrayLayout(const std::string& fourcc);
 
-    Destination prepare() const;
+    // Needs the GIL. The array is one that no Python object refers to any
+    // more, when one of the last few is, so that its pages are written
+    // again instead of fresh ones being faulted in for every frame.
+    Destination prepare();
     // Copies (or decodes) the frame's bytes; never throws: a problem is
     // kept in the destination and raised by finish().
     void fill(const unsigned char* data, size_t size, Destination& destination);
@@ -57,10 +63,15 @@ public:
 private:
     int channels() const;
     bool isJpeg() const;
+    pybind11::array_t<unsigned char> newArray() const;
 
     Layout m_layout;
     bool m_decode;
     JpegDecoder m_jpeg;
+    // The arrays last given out; each is written again only once this is
+    // the one reference left to it (the Frame and every view are gone).
+    std::vector<pybind11::array_t<unsigned char>> m_recent;
+    size_t m_nextReplaced = 0;
 };
 
 } // namespace TarvelloPython

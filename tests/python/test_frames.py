@@ -74,6 +74,18 @@ def test_stream_is_a_context_manager_and_iterator(camera):
     assert camera.format == ("RGB3", (W, H), (1, 60))
 
 
+def test_arrays_still_held_are_never_written_again(camera):
+    with camera.stream(fmt="RGB3", size=(W, H), interval=(1, 60)) as s:
+        kept = next(s).array
+        view = next(s).array[::2, ::3]  # the frame is gone, its view is not
+        kept_then, view_then = kept.copy(), view.copy()
+        addresses = {next(s).array.ctypes.data for _ in range(8)}
+        assert np.array_equal(kept, kept_then) and np.array_equal(view, view_then)
+        # Arrays nobody holds any more are written again: no fresh memory each frame.
+        assert len(addresses) <= 2
+        assert kept.ctypes.data not in addresses
+
+
 def test_bad_stream_arguments_are_refused_clearly(camera):
     with pytest.raises(ValueError, match="320x240"):
         camera.stream(fmt="RGB3", size=(333, 333))
