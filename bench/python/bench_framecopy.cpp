@@ -6,15 +6,25 @@
 // frame is still held while the next one is made, as in a Python loop
 // (for frame in stream: ...), where the name keeps it until it is rebound.
 //
-//   bench_framecopy FOURCC FRAMES
+// A shared library that bench_frames.py loads (ctypes) into the process
+// that runs the module, so that both loops take turns on the same camera
+// object, allocator and caches: run as separate programs, two processes
+// of the same loop differ by a tenth of a millisecond a frame, more than
+// what the module adds.
 //
-// Prints one line of key=value pairs, medians of this thread's CPU time
-// per frame in milliseconds (medians, since the machine may be shared):
-//   loop  getFrame + copy or decode + releaseFrame, for frames that were due
+//   int tarvello_bench_framecopy(const char* fourcc, int frames,
+//                                double* loopMs, double* copyMs)
+//
+// Returns 0 and the medians of this thread's CPU time per frame in
+// milliseconds (medians, since the machine may be shared):
+//   loop  from the end of one frame to the end of the next: the wait, any
+//         look that found no frame, getFrame, the copy or decode and
+//         releaseFrame (the span of one next() in Python)
 //   copy  the copy or decode alone
-// The waits between frames sleep and are not counted; they sleep the way
-// the module's do, until the next frame is due by the last one's time
-// stamp, since how long a thread sleeps decides how cold its caches are
+// or -1 when the camera cannot stream the format at 1920x1080 and 1/60 s.
+// The waits sleep the way the module's do, until the next frame is due by
+// the last one's time stamp: going to sleep and waking cost CPU time of
+// their own, and how long a thread sleeps decides how cold its caches are
 // when it wakes.
 
 #include <imageacquisition/imageacquisition.h>
@@ -23,8 +33,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <memory>
@@ -84,23 +92,22 @@ struct TurboJpeg
 
 } // namespace
 
-int main(int argc, char** argv)
+extern "C" __attribute__((visibility("default"))) int tarvello_bench_framecopy(const char* format, int frames,
+                                                                               double* loopMedianMs,
+                                                                               double* copyMedianMs)
 {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s FOURCC FRAMES\n", argv[0]);
-        return 2;
-    }
-    const std::string fourcc = argv[1];
-    const int frames = std::atoi(argv[2]);
-    setenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1", 0);
-
+    const std::string fourcc = format ? format : "";
+    if (frames < 1 || !loopMedianMs || !copyMedianMs)
+        return -1;
     ICameraFactory* factory = ICameraFactory::getUniqueInstance();
     const std::unique_ptr<IDeviceList> list(factory->getDeviceList());
     const IDevice* device = list && list->getDeviceCount() > 0 ? list->getDevice(list->getDeviceCount() - 1) : nullptr;
     const std::unique_ptr<IStreamingCamera> camera(device ? factory->createCamera(device) : nullptr);
-    if (!camera || !choose(*camera, fourcc) || camera->allocateBuffers(4) != 0 || camera->startStreaming() != 0) {
-        std::fprintf(stderr, "bench_framecopy: cannot stream %s at %ux%u 1/60 s\n", fourcc.c_str(), kWidth, kHeight);
-        return 1;
+    if (!camera || !choose(*camera, fourcc) || camera->allocateBuffers(4) != 0)
+        return -1;
+    if (camera->startStreaming() != 0) {
+        camera->releaseBuffers();
+        return -1;
     }
 
     const bool jpeg = fourcc == "MJPG";
@@ -111,8 +118,10 @@ int main(int argc, char** argv)
     std::vector<double> loopMs;
     std::vector<double> copyMs;
     int taken = 0;
-    while (taken < frames) {
-        const double start = threadCpuMs();
+    // A frame's loop time runs from the end of the last one, so that it
+    // holds the sleep and the wake as next() in Python does.
+    double start = threadCpuMs();
+    while (taken <= frames) {
         IFrame* frame = camera->getFrame();
         if (frame->isEmpty()) {
             camera->releaseFrame(frame);
@@ -134,12 +143,17 @@ int main(int argc, char** argv)
         last = std::move(out);
         const double copyEnd = threadCpuMs();
         camera->releaseFrame(frame);
-        loopMs.push_back(threadCpuMs() - start);
-        copyMs.push_back(copyEnd - copyStart);
-        ++taken;
+        const double end = threadCpuMs();
+        // The first frame's time holds the start of the stream.
+        if (taken++ > 0) {
+            loopMs.push_back(end - start);
+            copyMs.push_back(copyEnd - copyStart);
+        }
+        start = end;
     }
     camera->stopStreaming();
     camera->releaseBuffers();
-    std::printf("format=%s frames=%d loop=%.3f copy=%.3f\n", fourcc.c_str(), taken, median(loopMs), median(copyMs));
+    *loopMedianMs = median(loopMs);
+    *copyMedianMs = median(copyMs);
     return 0;
 }
