@@ -15,6 +15,7 @@
 #   BENCH_FRAMES=10000     shown frames for the memory measurement
 #   BENCH_DIALOGS=100      settings dialog openings for the memory measurement
 #   BENCH_PUMP_ITERATIONS=150  timed ticks per format and size
+#   BENCH_PYTHON_ROUNDS=7  rounds per format of the Python module against its C++ floor
 #   BENCH_MAX_LOAD=0.7     wait for a lower load average before measuring
 #   BENCH_WAIT_MINUTES=30  give up waiting after that long (and measure anyway, noting it)
 #   BENCH_OUTPUT=bench/RESULTS.md
@@ -27,14 +28,15 @@ runs=${BENCH_RUNS:-5}
 frames=${BENCH_FRAMES:-10000}
 dialogs=${BENCH_DIALOGS:-100}
 iterations=${BENCH_PUMP_ITERATIONS:-150}
+python_rounds=${BENCH_PYTHON_ROUNDS:-7}
 max_load=${BENCH_MAX_LOAD:-0.7}
 wait_minutes=${BENCH_WAIT_MINUTES:-30}
 output=${BENCH_OUTPUT:-bench/RESULTS.md}
 
 scripts/install-deps.sh build bench
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVELLO_SANITIZE=OFF \
-    -DTARVELLO_BUILD_TESTS=OFF -DTARVELLO_BUILD_BENCH=ON >/dev/null
-cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview
+    -DTARVELLO_BUILD_TESTS=OFF -DTARVELLO_BUILD_BENCH=ON -DTARVELLO_BUILD_PYTHON=ON >/dev/null
+cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview tarvello_python bench_framecopy
 
 load1() { cut -d' ' -f1 /proc/loadavg; }
 below() { awk -v a="$1" -v b="$2" 'BEGIN { exit !(a < b) }'; }
@@ -77,6 +79,8 @@ liveview frames MJPG 1920x1080 60 "$frames" | tee "$results/memory-frames"
 liveview dialogs RGB3 1280x720 30 "$dialogs" | tee "$results/memory-dialogs"
 echo "bench: virtual camera"
 build-bench/bench/bench_virtualcamera 240 | tee "$results/virtualcamera"
+echo "bench: Python module, $python_rounds rounds per format"
+/usr/bin/python3 bench/python/bench_frames.py build-bench 300 "$python_rounds" | tee "$results/python"
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
 
 # Rows of one table, in the order the runs were made, without the table's name.
@@ -98,7 +102,7 @@ generated=$results/generated.md
     echo "- Machine: $(nproc) cores of ${cpu:-an unknown CPU}, $memory, Debian $(cat /etc/debian_version 2>/dev/null || echo '?'), kernel $(uname -r)"
     echo "- Software: Qt $(version libqt5core5a), libjpeg-turbo $(version libjpeg62-turbo), $(c++ --version | head -n 1)"
     echo "- Date: $(date -u '+%Y-%m-%d %H:%M UTC')"
-    echo "- Command: \`./bench.sh\` (BENCH_SECONDS=$seconds BENCH_RUNS=$runs BENCH_FRAMES=$frames BENCH_DIALOGS=$dialogs BENCH_PUMP_ITERATIONS=$iterations)"
+    echo "- Command: \`./bench.sh\` (BENCH_SECONDS=$seconds BENCH_RUNS=$runs BENCH_FRAMES=$frames BENCH_DIALOGS=$dialogs BENCH_PUMP_ITERATIONS=$iterations BENCH_PYTHON_ROUNDS=$python_rounds)"
     echo "- Build: RelWithDebInfo (-O2 -g), no sanitizers, in build-bench/; X server: Xvfb, 1280x1024, 24 bits"
     echo "- Load average (1, 5, 15 min): $load_start at the start of the measurements, $load_end at the end"
     echo
@@ -158,6 +162,16 @@ generated=$results/generated.md
     echo "not pay), and the first frame after a setting that changes the lighting."
     echo
     grep '^|' "$results/virtualcamera"
+    echo
+    echo "### Python module: frames into numpy at 1920x1080, 1/60 s"
+    echo
+    echo "CPU time of the taking thread per frame, medians of $python_rounds rounds of 300 frames, the module"
+    echo "and the plain C++ loop (getFrame, copy or decode, releaseFrame; bench_framecopy, in the"
+    echo "same process) taking turns; one frame's time runs from the end of the last, its wait included."
+    echo "\"module adds\" is the median of the paired differences; the target is at most 10 % of the"
+    echo "copy or decode alone."
+    echo
+    grep '^|' "$results/python"
     echo "<!-- end of generated results -->"
 } > "$generated"
 
