@@ -8,8 +8,9 @@ class ICamera;
 }
 
 // The format, size and interval a stream runs at, chosen with --format,
-// --size and --interval (or --fps); what is not given stays as the camera
-// has it, or the first of the list when the format changes.
+// --size and --interval (or --fps, the closest interval); what is not
+// given stays as the camera has it where the new choice still offers it,
+// else the first offered.
 class StreamFormat
 {
 public:

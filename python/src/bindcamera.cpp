@@ -29,8 +29,8 @@ using namespace ImageAcquisition;
 
 namespace {
 
-using Size = FormatChoice::Size;
-using Interval = FormatChoice::Interval;
+using Size = Tarvello::FormatChoice::Size;
+using Interval = Tarvello::FormatChoice::Interval;
 
 std::vector<std::string> toStrings(const QStringList& list)
 {

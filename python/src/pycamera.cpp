@@ -21,13 +21,18 @@ PyCamera::PyCamera(const std::string& selector)
 
 PyCamera::~PyCamera() = default;
 
-void PyCamera::setFormat(const std::optional<std::string>& fourcc, const std::optional<FormatChoice::Size>& size,
-                         const std::optional<FormatChoice::Interval>& interval)
+void PyCamera::setFormat(const std::optional<std::string>& fourcc, const std::optional<Tarvello::FormatChoice::Size>& size,
+                         const std::optional<Tarvello::FormatChoice::Interval>& interval)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_streaming)
         throw Tarvello::Refused("The format cannot change while the camera streams.");
-    const FormatChoice choice(camera(), fourcc, size, interval);
+    Tarvello::FormatChoice::Request request;
+    if (fourcc)
+        request.fourcc = QString::fromStdString(*fourcc);
+    request.size = size;
+    request.interval = interval;
+    const Tarvello::FormatChoice choice(camera(), request);
     if (!camera().setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex)) {
         if (!isPresent())
             throw CameraGone(goneMessage());

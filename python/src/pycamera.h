@@ -1,7 +1,6 @@
 #pragma once
 
-#include "formatchoice.h"
-
+#include <formatchoice.h>
 #include <opencamera.h>
 
 #include <memory>
@@ -32,8 +31,8 @@ public:
     // Throws std::invalid_argument for choices the camera does not offer,
     // the core's Refused when it says no (while a stream runs, say),
     // CameraGone when it was unplugged.
-    void setFormat(const std::optional<std::string>& fourcc, const std::optional<FormatChoice::Size>& size,
-                   const std::optional<FormatChoice::Interval>& interval);
+    void setFormat(const std::optional<std::string>& fourcc, const std::optional<Tarvello::FormatChoice::Size>& size,
+                   const std::optional<Tarvello::FormatChoice::Interval>& interval);
 
     // One stream at a time: the layer's buffers belong to the camera.
     // Throws Refused when a stream already runs.

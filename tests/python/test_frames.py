@@ -72,6 +72,9 @@ def test_stream_is_a_context_manager_and_iterator(camera):
             camera.set_format(size=(640, 480))
     assert s.closed and list(s) == []
     assert camera.format == ("RGB3", (W, H), (1, 60))
+    # Any case; the size and interval in force stay where the new format offers them.
+    camera.set_format(fmt="mjpg")
+    assert camera.format == ("MJPG", (W, H), (1, 60))
 
 
 def test_arrays_still_held_are_never_written_again(camera):

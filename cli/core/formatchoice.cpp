@@ -1,0 +1,153 @@
+#include "formatchoice.h"
+
+#include "badinput.h"
+#include "layertext.h"
+
+#include <imageacquisition/imageacquisition.h>
+
+#include <QStringList>
+
+#include <cmath>
+#include <limits>
+
+namespace Tarvello {
+
+using namespace ImageAcquisition;
+
+namespace {
+
+QString sizeText(FormatChoice::Size size)
+{
+    return QString("%1x%2").arg(size.first).arg(size.second);
+}
+
+QString intervalText(FormatChoice::Interval interval)
+{
+    return QString("%1/%2").arg(interval.first).arg(interval.second);
+}
+
+FormatChoice::Size sizeOf(const IResolution& resolution)
+{
+    return {resolution.getWidth(), resolution.getHeight()};
+}
+
+FormatChoice::Interval intervalOf(const IFrameInterval& interval)
+{
+    return {interval.getNumerator(), interval.getDenominator()};
+}
+
+bool usable(const IFrameInterval* interval)
+{
+    return interval && interval->getNumerator() > 0 && interval->getDenominator() > 0;
+}
+
+// Equal as fractions: 2/60 is 1/30.
+bool sameInterval(FormatChoice::Interval a, FormatChoice::Interval b)
+{
+    return qlonglong(a.first) * b.second == qlonglong(b.first) * a.second;
+}
+
+} // namespace
+
+FormatChoice::FormatChoice(ICamera& camera, const Request& request)
+{
+    // What is in force now, so that what is not asked for can stay.
+    IPixelFormat* current = camera.getFormat(camera.getCurrentFormatIndex());
+    IResolution* currentResolution = current ? current->getResolution(camera.getCurrentResolutionIndex()) : nullptr;
+    IFrameInterval* currentInterval =
+        currentResolution ? currentResolution->getFrameInterval(camera.getCurrentFrameIntervalIndex()) : nullptr;
+    const QString wantedFourcc = request.fourcc ? *request.fourcc : current ? layerText(current->getFourCC()) : QString();
+
+    QStringList offered;
+    IPixelFormat* format = nullptr;
+    for (int i = 0; i < camera.getFormatCount(); ++i) {
+        IPixelFormat* candidate = camera.getFormat(i);
+        if (!candidate)
+            continue;
+        offered << layerText(candidate->getFourCC());
+        if (!format && offered.last().compare(wantedFourcc, Qt::CaseInsensitive) == 0) {
+            format = candidate;
+            formatIndex = i;
+        }
+    }
+    if (!format && !request.fourcc && camera.getFormatCount() > 0 && camera.getFormat(0)) {
+        format = camera.getFormat(0);
+        formatIndex = 0;
+    }
+    if (!format) {
+        if (offered.isEmpty())
+            throw BadInput("The camera offers no pixel format.");
+        throw BadInput(QString("The camera has no format '%1'; it offers %2.").arg(wantedFourcc, offered.join(", ")));
+    }
+    fourcc = layerText(format->getFourCC());
+    compressed = format->isCompressed();
+
+    const std::optional<Size> wantedSize =
+        request.size ? request.size : currentResolution ? std::optional<Size>(sizeOf(*currentResolution)) : std::nullopt;
+    offered.clear();
+    IResolution* resolution = nullptr;
+    for (int i = 0; i < format->getResolutionCount(); ++i) {
+        IResolution* candidate = format->getResolution(i);
+        if (!candidate)
+            continue;
+        offered << sizeText(sizeOf(*candidate));
+        if (!resolution && wantedSize && sizeOf(*candidate) == *wantedSize) {
+            resolution = candidate;
+            resolutionIndex = i;
+        }
+    }
+    if (!resolution && !request.size && format->getResolutionCount() > 0 && format->getResolution(0)) {
+        resolution = format->getResolution(0);
+        resolutionIndex = 0;
+    }
+    if (!resolution) {
+        if (offered.isEmpty())
+            throw BadInput(QString("%1 offers no frame size.").arg(fourcc));
+        throw BadInput(QString("%1 has no size %2; it offers %3.").arg(fourcc, sizeText(*request.size), offered.join(", ")));
+    }
+    width = resolution->getWidth();
+    height = resolution->getHeight();
+    bytesPerLine = resolution->getBytesPerLine();
+
+    const bool byRate = request.rate && !request.interval;
+    const std::optional<Interval> wanted = request.interval ? request.interval
+                                           : usable(currentInterval) ? std::optional<Interval>(intervalOf(*currentInterval))
+                                                                     : std::nullopt;
+    offered.clear();
+    IFrameInterval* chosen = nullptr;
+    double closest = std::numeric_limits<double>::infinity();
+    for (int i = 0; i < resolution->getFrameIntervalCount(); ++i) {
+        IFrameInterval* candidate = resolution->getFrameInterval(i);
+        if (!usable(candidate))
+            continue;
+        offered << intervalText(intervalOf(*candidate));
+        if (byRate) {
+            const double distance = std::fabs(double(candidate->getDenominator()) / candidate->getNumerator() - *request.rate);
+            if (distance < closest) {
+                closest = distance;
+                chosen = candidate;
+                intervalIndex = i;
+            }
+        } else if (!chosen && wanted && sameInterval(intervalOf(*candidate), *wanted)) {
+            chosen = candidate;
+            intervalIndex = i;
+        }
+    }
+    if (!chosen && !request.interval && !byRate) {
+        for (int i = 0; i < resolution->getFrameIntervalCount() && !chosen; ++i) {
+            if (usable(resolution->getFrameInterval(i))) {
+                chosen = resolution->getFrameInterval(i);
+                intervalIndex = i;
+            }
+        }
+    }
+    if (!chosen) {
+        if (offered.isEmpty())
+            throw BadInput(QString("%1 at %2 offers no frame interval.").arg(fourcc, sizeText({width, height})));
+        throw BadInput(QString("%1 at %2 has no interval %3; it offers %4.")
+                           .arg(fourcc, sizeText({width, height}), intervalText(*request.interval), offered.join(", ")));
+    }
+    interval = intervalOf(*chosen);
+}
+
+} // namespace Tarvello
