@@ -126,8 +126,8 @@ int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
                                      {"height", format.height}, {"folder", folder.path()}, {"index", indexPath},
                                      {"skipped", unreadable}});
     } else {
-        output.out() << "Saved " << saved << " frames (" << format.text() << ") to " << folder.path() << ", listed in "
-                     << indexPath << ".\n";
+        output.out() << "Saved " << saved << (saved == 1 ? " frame (" : " frames (") << format.text() << ") to "
+                     << folder.path() << ", listed in " << indexPath << ".\n";
     }
     return 0;
 }
