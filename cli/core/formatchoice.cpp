@@ -58,21 +58,25 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
         currentResolution ? currentResolution->getFrameInterval(camera.getCurrentFrameIntervalIndex()) : nullptr;
     const QString wantedFourcc = request.fourcc ? *request.fourcc : current ? layerText(current->getFourCC()) : QString();
 
+    // Each search notes the first entry offered, taken when what is in
+    // force is not offered under the new choices and nothing was asked for.
     QStringList offered;
     IPixelFormat* format = nullptr;
+    int first = -1;
     for (int i = 0; i < camera.getFormatCount(); ++i) {
         IPixelFormat* candidate = camera.getFormat(i);
         if (!candidate)
             continue;
+        first = first < 0 ? i : first;
         offered << layerText(candidate->getFourCC());
         if (!format && offered.last().compare(wantedFourcc, Qt::CaseInsensitive) == 0) {
             format = candidate;
             formatIndex = i;
         }
     }
-    if (!format && !request.fourcc && camera.getFormatCount() > 0 && camera.getFormat(0)) {
-        format = camera.getFormat(0);
-        formatIndex = 0;
+    if (!format && !request.fourcc && first >= 0) {
+        formatIndex = first;
+        format = camera.getFormat(first);
     }
     if (!format) {
         if (offered.isEmpty())
@@ -86,19 +90,21 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
         request.size ? request.size : currentResolution ? std::optional<Size>(sizeOf(*currentResolution)) : std::nullopt;
     offered.clear();
     IResolution* resolution = nullptr;
+    first = -1;
     for (int i = 0; i < format->getResolutionCount(); ++i) {
         IResolution* candidate = format->getResolution(i);
         if (!candidate)
             continue;
+        first = first < 0 ? i : first;
         offered << sizeText(sizeOf(*candidate));
         if (!resolution && wantedSize && sizeOf(*candidate) == *wantedSize) {
             resolution = candidate;
             resolutionIndex = i;
         }
     }
-    if (!resolution && !request.size && format->getResolutionCount() > 0 && format->getResolution(0)) {
-        resolution = format->getResolution(0);
-        resolutionIndex = 0;
+    if (!resolution && !request.size && first >= 0) {
+        resolutionIndex = first;
+        resolution = format->getResolution(first);
     }
     if (!resolution) {
         if (offered.isEmpty())
@@ -115,11 +121,13 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
                                                                      : std::nullopt;
     offered.clear();
     IFrameInterval* chosen = nullptr;
+    first = -1;
     double closest = std::numeric_limits<double>::infinity();
     for (int i = 0; i < resolution->getFrameIntervalCount(); ++i) {
         IFrameInterval* candidate = resolution->getFrameInterval(i);
         if (!usable(candidate))
             continue;
+        first = first < 0 ? i : first;
         offered << intervalText(intervalOf(*candidate));
         if (byRate) {
             const double distance = std::fabs(double(candidate->getDenominator()) / candidate->getNumerator() - *request.rate);
@@ -133,13 +141,9 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
             intervalIndex = i;
         }
     }
-    if (!chosen && !request.interval && !byRate) {
-        for (int i = 0; i < resolution->getFrameIntervalCount() && !chosen; ++i) {
-            if (usable(resolution->getFrameInterval(i))) {
-                chosen = resolution->getFrameInterval(i);
-                intervalIndex = i;
-            }
-        }
+    if (!chosen && !request.interval && first >= 0) {
+        intervalIndex = first;
+        chosen = resolution->getFrameInterval(first);
     }
     if (!chosen) {
         if (offered.isEmpty())
