@@ -19,6 +19,22 @@ constexpr int kFocusQuantum = 8;
 // cell never splits the pixel pair of a YUYV sample.
 constexpr int kRawCellWidth = 64;
 constexpr int kRawCellHeight = 16;
+
+// Calls visit(column, row, left byte, bytes a row, top, bottom) for every
+// cell of the RGB picture laid out by grid, row by row.
+template <typename Visit>
+void forEachCell(const DirtyGrid& grid, Visit visit)
+{
+    const size_t stride = static_cast<size_t>(grid.width()) * 3;
+    for (int row = 0; row < grid.rows(); ++row) {
+        const int top = row * grid.cellHeight();
+        const int bottom = std::min(grid.height(), top + grid.cellHeight());
+        for (int column = 0; column < grid.columns(); ++column) {
+            const size_t left = static_cast<size_t>(column) * static_cast<size_t>(grid.cellWidth()) * 3;
+            visit(column, row, left, std::min(stride - left, static_cast<size_t>(grid.cellWidth()) * 3), top, bottom);
+        }
+    }
+}
 } // namespace
 
 FrameRenderer::FrameRenderer() = default;
@@ -144,38 +160,37 @@ size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& set
                                  std::vector<unsigned char>& out)
 {
     const RgbImage& still = m_lit;
-    const size_t stride = static_cast<size_t>(width) * 3;
     const int cellWidth = JpegEncoder::cellWidth(width);
     const int cellHeight = JpegEncoder::kCellHeight;
     const bool follows = m_scratchFromLit == m_litVersion && m_scratch.width == width &&
                          m_scratch.height == height && m_overlayCells.hasLayout(width, height, cellWidth, cellHeight);
     if (follows) {
-        // Only where the last overlay was does the picture differ from the background.
-        for (int row = 0; row < m_overlayCells.rows(); ++row) {
-            for (int column = 0; column < m_overlayCells.columns(); ++column) {
-                if (!m_overlayCells.isDirty(column, row))
-                    continue;
-                const size_t left = static_cast<size_t>(column) * static_cast<size_t>(cellWidth) * 3;
-                const size_t bytes = std::min(stride - left, static_cast<size_t>(cellWidth) * 3);
-                const int bottom = std::min(height, (row + 1) * cellHeight);
-                for (int y = row * cellHeight; y < bottom; ++y)
-                    std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
+        // Only where the last overlay was does the picture differ from the
+        // background: those cells are kept aside for the comparison below,
+        // then put back.
+        m_lastPixels.clear();
+        forEachCell(m_overlayCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
+            if (!m_overlayCells.isDirty(column, row))
+                return;
+            for (int y = top; y < bottom; ++y) {
+                m_lastPixels.insert(m_lastPixels.end(), m_scratch.row(y) + left, m_scratch.row(y) + left + bytes);
+                std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
             }
-        }
-        m_changedCells = m_overlayCells;
+        });
+        m_lastOverlayCells = m_overlayCells;
         m_overlayCells.clear();
     } else {
         m_scratch.resize(width, height);
         std::memcpy(m_scratch.pixels.data(), still.pixels.data(), still.pixels.size());
         m_overlayCells.reset(width, height, cellWidth, cellHeight);
     }
-    Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, static_cast<int>(stride));
+    Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, width * 3);
     canvas.trackChanges(&m_overlayCells);
     Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
 
     size_t size = 0;
     if (follows) {
-        m_changedCells.unite(m_overlayCells);
+        markChangedCells();
         size = m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out);
     } else {
         size = m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
@@ -183,6 +198,33 @@ size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& set
     // A picture that failed leaves nothing to follow on from.
     m_scratchFromLit = size != 0 ? m_litVersion : ~0u;
     return size;
+}
+
+void FrameRenderer::markChangedCells()
+{
+    // Most of what the overlay draws (labels, the status line) is drawn
+    // again the same from frame to frame; compressing a cell costs far more
+    // than comparing it, so only cells whose pixels differ from the last
+    // picture's are compressed again.
+    m_changedCells.reset(m_scratch.width, m_scratch.height, m_overlayCells.cellWidth(), m_overlayCells.cellHeight());
+    size_t kept = 0;
+    forEachCell(m_overlayCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
+        const bool was = m_lastOverlayCells.isDirty(column, row);
+        if (!was && !m_overlayCells.isDirty(column, row))
+            return;
+        bool same = true;
+        for (int y = top; y < bottom && same; ++y) {
+            const unsigned char* before =
+                was ? m_lastPixels.data() + kept + static_cast<size_t>(y - top) * bytes : m_lit.row(y) + left;
+            same = std::memcmp(m_scratch.row(y) + left, before, bytes) == 0;
+        }
+        if (was)
+            kept += bytes * static_cast<size_t>(bottom - top);
+        if (!same) {
+            const int x = column * m_changedCells.cellWidth();
+            m_changedCells.mark(x, top, x + 1, top + 1);
+        }
+    });
 }
 
 } // namespace ImageAcquisition
