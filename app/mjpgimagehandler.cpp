@@ -1,6 +1,7 @@
 #include "mjpgimagehandler.h"
 
 #include "imagelimits.h"
+#include "paralleljpegdecoder.h"
 #include "picturepool.h"
 #include "turbojpegdecompressor.h"
 
@@ -58,7 +59,9 @@ bool MjpgImageHandler::read(QImage* image)
         return QImageReader(&copy, "jpeg").read(image);
     }
     QImage picture = m_pool.take(header.size, header.format);
-    if (picture.isNull() || !decompressor.decode(bytes, data.size(), picture))
+    if (picture.isNull())
+        return false;
+    if (!ParallelJpegDecoder::decode(bytes, data.size(), picture) && !decompressor.decode(bytes, data.size(), picture))
         return false;
     m_pool.keep(picture);
     *image = picture;

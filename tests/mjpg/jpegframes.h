@@ -7,7 +7,11 @@
 
 #include <turbojpeg.h>
 
+#include <cstdlib>
+#include <cstdio>
 #include <memory>
+
+#include <jpeglib.h>
 
 namespace JpegFrames {
 
@@ -58,6 +62,44 @@ inline QByteArray cmykFrame(int width, int height)
                                    height, TJPF_CMYK, &data, &size, TJSAMP_444, 90, 0);
     const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owned(data, tjFree);
     return result == 0 ? QByteArray(reinterpret_cast<const char*>(data), int(size)) : QByteArray();
+}
+
+// A frame with a restart marker every restartMcus MCUs, as cameras that
+// code in parallel send them (TurboJPEG does not write them).
+// hv: the luma's sampling factors, 0x22 for 4:2:0, 0x21 for 4:2:2, 0x11
+// for 4:4:4, 0 for grey.
+inline QByteArray withRestarts(const QImage& rgb888, int hv, int restartMcus)
+{
+    jpeg_compress_struct compressor{};
+    jpeg_error_mgr errors{};
+    compressor.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&compressor);
+    unsigned char* data = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&compressor, &data, &size);
+    compressor.image_width = JDIMENSION(rgb888.width());
+    compressor.image_height = JDIMENSION(rgb888.height());
+    compressor.input_components = 3;
+    compressor.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&compressor);
+    jpeg_set_quality(&compressor, 90, TRUE);
+    if (hv == 0) {
+        jpeg_set_colorspace(&compressor, JCS_GRAYSCALE);
+    } else {
+        compressor.comp_info[0].h_samp_factor = hv >> 4;
+        compressor.comp_info[0].v_samp_factor = hv & 0xF;
+    }
+    compressor.restart_interval = unsigned(restartMcus);
+    jpeg_start_compress(&compressor, TRUE);
+    while (compressor.next_scanline < compressor.image_height) {
+        JSAMPROW row = const_cast<uchar*>(rgb888.constScanLine(int(compressor.next_scanline)));
+        jpeg_write_scanlines(&compressor, &row, 1);
+    }
+    jpeg_finish_compress(&compressor);
+    jpeg_destroy_compress(&compressor);
+    const QByteArray jpeg(reinterpret_cast<const char*>(data), int(size));
+    std::free(data);
+    return jpeg;
 }
 
 inline QByteArray frame(int width, int height, int subsampling = TJSAMP_420)

@@ -1,4 +1,7 @@
 #include "jpegframes.h"
+#include "jpegstripdecoder.h"
+#include "jpegstrips.h"
+#include "paralleljpegdecoder.h"
 #include "windowprobe.h"
 
 #include <QBuffer>
@@ -60,6 +63,34 @@ QSize headerSize(const QByteArray& jpeg)
     return QImageReader(&buffer, "MJPG").size();
 }
 
+// The frame decoded whole, in one call of TurboJPEG.
+QImage whole(const QByteArray& jpeg, bool grey)
+{
+    const std::unique_ptr<void, int (*)(tjhandle)> decompressor(tjInitDecompress(), tjDestroy);
+    int width = 0, height = 0, subsampling = 0, colours = 0;
+    const auto* bytes = reinterpret_cast<const uchar*>(jpeg.constData());
+    tjDecompressHeader3(decompressor.get(), bytes, jpeg.size(), &width, &height, &subsampling, &colours);
+    QImage picture(width, height, grey ? QImage::Format_Grayscale8 : QImage::Format_RGB32);
+    tjDecompress2(decompressor.get(), bytes, jpeg.size(), picture.bits(), width, int(picture.bytesPerLine()), height,
+                  grey ? TJPF_GRAY : TJPF_BGRX, 0);
+    return picture;
+}
+
+// The frame decoded strip after strip; null when it could not be cut.
+QImage inStrips(const QByteArray& jpeg, QSize size, bool grey, int count, int minRows)
+{
+    const auto strips = JpegStrips::cut(reinterpret_cast<const uchar*>(jpeg.constData()), jpeg.size(), count, minRows);
+    if (strips.isEmpty())
+        return QImage();
+    QImage picture(size, grey ? QImage::Format_Grayscale8 : QImage::Format_RGB32);
+    picture.fill(0);
+    for (const JpegStrips::Strip& strip : strips) {
+        if (!JpegStripDecoder::decode(strip, picture.bits(), picture.bytesPerLine(), size.width(), picture.format()))
+            return QImage();
+    }
+    return picture;
+}
+
 } // namespace
 
 class TestMjpgReader : public QObject
@@ -97,6 +128,69 @@ private slots:
         QVERIFY(!cmyk.isEmpty() && !ours(cmyk).isNull());
         QCOMPARE(ours(cmyk), qts(cmyk));
         QCOMPARE(headerSize(cmyk), QSize(40, 24));
+    }
+
+    void framesCutAtRestartMarkersDecodeExactlyAsWholeOnes_data()
+    {
+        QTest::addColumn<int>("hv");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("restartMcus");
+        QTest::addColumn<int>("strips");
+        // Restarts on every row, inside rows, across two rows and at a count
+        // that meets a row start only every few rows; heights cut short of
+        // an MCU. Each is tall enough to hold a row where a strip's markers
+        // count from 0.
+        QTest::newRow("4:2:0, a row") << 0x22 << QSize(320, 250) << 20 << 2;
+        QTest::newRow("4:2:0, 4 MCUs, 3 strips") << 0x22 << QSize(320, 250) << 4 << 3;
+        QTest::newRow("4:2:0, two rows") << 0x22 << QSize(320, 600) << 40 << 2;
+        QTest::newRow("4:2:0, 7 MCUs") << 0x22 << QSize(320, 250) << 7 << 2;
+        QTest::newRow("4:2:2, short last interval") << 0x21 << QSize(200, 395) << 5 << 2;
+        QTest::newRow("4:4:4") << 0x11 << QSize(200, 123) << 25 << 4;
+        QTest::newRow("grey") << 0 << QSize(200, 123) << 25 << 2;
+    }
+
+    void framesCutAtRestartMarkersDecodeExactlyAsWholeOnes()
+    {
+        QFETCH(int, hv);
+        QFETCH(QSize, size);
+        QFETCH(int, restartMcus);
+        QFETCH(int, strips);
+        const QByteArray jpeg = JpegFrames::withRestarts(JpegFrames::pattern(size.width(), size.height()), hv,
+                                                         restartMcus);
+        const QImage expected = whole(jpeg, hv == 0);
+        QVERIFY(!expected.isNull());
+        const QImage cut = inStrips(jpeg, size, hv == 0, strips, 16);
+        QVERIFY(!cut.isNull());
+        QCOMPARE(cut, expected);
+    }
+
+    void framesThatCannotBeCutAreReadWhole()
+    {
+        const QImage picture = JpegFrames::pattern(2048, 1280);
+        const QByteArray restarts = JpegFrames::withRestarts(picture, 0x21, 128);
+        // Too small, no restart markers, progressive, a lost marker, cut short.
+        QVERIFY(inStrips(JpegFrames::withRestarts(JpegFrames::pattern(64, 16), 0x22, 4), {64, 16}, false, 2, 16)
+                    .isNull());
+        QVERIFY(inStrips(JpegFrames::encode(picture, TJSAMP_422), picture.size(), false, 2, 16).isNull());
+        QVERIFY(inStrips(JpegFrames::encode(picture, TJSAMP_422, TJFLAG_PROGRESSIVE), picture.size(), false, 2, 16)
+                    .isNull());
+        QByteArray lostMarker = restarts;
+        const int marker = lostMarker.indexOf(QByteArray("\xFF\xD3", 2), JpegFrames::firstScan(restarts));
+        lostMarker[marker + 1] = char(0xD5);
+        QVERIFY(inStrips(lostMarker, picture.size(), false, 2, 16).isNull());
+        const QByteArray cutShort = restarts.left(restarts.size() * 2 / 3);
+        QVERIFY(inStrips(cutShort, picture.size(), false, 2, 16).isNull());
+
+        // The reader gives each what the whole decode gives, and the frame
+        // that can be cut (large enough to be) the same pixels.
+        QVERIFY(qint64(picture.width()) * picture.height() >= ParallelJpegDecoder::kMinPixels);
+        QCOMPARE(ours(restarts), whole(restarts, false));
+        QCOMPARE(ours(lostMarker), whole(lostMarker, false));
+        QCOMPARE(ours(cutShort), whole(cutShort, false));
+        QByteArray damaged = restarts;
+        for (int i = JpegFrames::firstScan(restarts) + 100; i < damaged.size() - 2; i += 4099)
+            damaged[i] = char(damaged[i] ^ 0x5A);
+        QCOMPARE(ours(damaged).size(), qts(damaged).size());
     }
 
     void damagedFramesAsQtsReaderSeesThem()
