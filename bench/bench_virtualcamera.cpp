@@ -162,10 +162,10 @@ int main(int argc, char** argv)
                    {"MJPG", Encoding::Mjpeg}};
 
     std::printf("%dx%d, %d frames per format\n\n", g_width, g_height, frames);
-    std::printf("| Format | render median (ms) | render worst (ms) | getFrame median (ms) | getFrame worst (ms) "
+    std::printf("| Format | Size | render median (ms) | render worst (ms) | getFrame median (ms) | getFrame worst (ms) "
                 "| share of the shortest period | renderer's first frame (ms) | startStreaming (ms) "
                 "| frame after a setting change (ms) |\n");
-    std::printf("|---|---|---|---|---|---|---|---|---|\n");
+    std::printf("|---|---|---|---|---|---|---|---|---|---|\n");
     for (const auto& format : formats) {
         double firstMs = 0, changeMs = 0;
         const Result render = benchRenderer(format.encoding, frames, firstMs, changeMs);
@@ -181,8 +181,8 @@ int main(int argc, char** argv)
         }
         double startMs = 0;
         const Result through = benchCamera(*camera, std::min(frames, 60), startMs);
-        std::printf("| %s | %.2f | %.2f | %.2f | %.2f | %.0f %% of %.1f ms | %.1f | %.1f | %.1f |\n", format.fourcc,
-                    render.median, render.worst, through.median, through.worst, 100.0 * through.median / periodMs,
+        std::printf("| %s | %dx%d | %.2f | %.2f | %.2f | %.2f | %.0f %% of %.1f ms | %.1f | %.1f | %.1f |\n",
+                    format.fourcc, g_width, g_height, render.median, render.worst, through.median, through.worst, 100.0 * through.median / periodMs,
                     periodMs, firstMs, startMs, changeMs);
     }
     return 0;
