@@ -17,11 +17,12 @@
 #include <utility>
 
 namespace {
-
 const char* const kLine = "/dev/ttyACM0";
+} // namespace
 
 // A pseudo-terminal whose far end stands in for the camera, linked at the
-// camera's device path for as long as it lives.
+// camera's device path for as long as it lives. Not in the anonymous
+// namespace: the test class holds one, and the test class cannot be in it.
 class FakeSerialLine
 {
 public:
@@ -74,6 +75,8 @@ public:
     bool linked = false;
     QByteArray all;
 };
+
+namespace {
 
 void openSerialPort(MainWindow& window)
 {
