@@ -22,9 +22,29 @@ void Canvas::fillRect(int x, int y, int w, int h, const Rgb& colour)
     const int bottom = std::min(m_height, y + h);
     if (left >= right || top >= bottom)
         return;
+    if (m_prints) {
+        m_prints->add(left, top, right, bottom, colour);
+        return;
+    }
     if (m_changes)
         m_changes->mark(left, top, right, bottom);
+    if (!m_clip) {
+        fill(left, top, right, bottom, colour);
+        return;
+    }
+    const int cellWidth = m_clip->cellWidth();
+    const int cellHeight = m_clip->cellHeight();
+    for (int row = top / cellHeight; row <= (bottom - 1) / cellHeight; ++row) {
+        for (int column = left / cellWidth; column <= (right - 1) / cellWidth; ++column) {
+            if (m_clip->isDirty(column, row))
+                fill(std::max(left, column * cellWidth), std::max(top, row * cellHeight),
+                     std::min(right, (column + 1) * cellWidth), std::min(bottom, (row + 1) * cellHeight), colour);
+        }
+    }
+}
 
+void Canvas::fill(int left, int top, int right, int bottom, const Rgb& colour)
+{
     const ColourConversion::Yuv yuv = ColourConversion::toYuv(colour);
     const unsigned char rgb[3] = {colour.r, colour.g, colour.b};
     // Rows of 24-bit pixels are all the same bytes: the first one is painted

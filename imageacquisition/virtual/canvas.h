@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cellprints.h"
 #include "dirtygrid.h"
 #include "encoding.h"
 #include "rgbimage.h"
@@ -28,14 +29,25 @@ public:
     // From now on, marks every cell of grid that is drawn on; the grid must
     // lie over the whole frame.
     void trackChanges(DirtyGrid* grid) { m_changes = grid; }
+    // From now on, draws nothing but adds what it would draw to prints,
+    // whose grid must lie over the whole frame; null to draw again.
+    void recordInto(CellPrints* prints) { m_prints = prints; }
+    // From now on, draws only inside the cells marked in clip, whose grid
+    // must lie over the whole frame; null to draw everywhere.
+    void clipTo(const DirtyGrid* clip) { m_clip = clip; }
 
 private:
+    // Fills the rectangle, which lies inside the frame.
+    void fill(int left, int top, int right, int bottom, const Rgb& colour);
+
     Encoding m_encoding;
     unsigned char* m_data;
     int m_width;
     int m_height;
     int m_bytesPerLine;
     DirtyGrid* m_changes = nullptr;
+    CellPrints* m_prints = nullptr;
+    const DirtyGrid* m_clip = nullptr;
 };
 
 } // namespace ImageAcquisition

@@ -163,68 +163,42 @@ size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& set
     const int cellWidth = JpegEncoder::cellWidth(width);
     const int cellHeight = JpegEncoder::kCellHeight;
     const bool follows = m_scratchFromLit == m_litVersion && m_scratch.width == width &&
-                         m_scratch.height == height && m_overlayCells.hasLayout(width, height, cellWidth, cellHeight);
-    if (follows) {
-        // Only where the last overlay was does the picture differ from the
-        // background: those cells are kept aside for the comparison below,
-        // then put back.
-        m_lastPixels.clear();
-        forEachCell(m_overlayCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
-            if (!m_overlayCells.isDirty(column, row))
-                return;
-            for (int y = top; y < bottom; ++y) {
-                m_lastPixels.insert(m_lastPixels.end(), m_scratch.row(y) + left, m_scratch.row(y) + left + bytes);
-                std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
-            }
-        });
-        m_lastOverlayCells = m_overlayCells;
-        m_overlayCells.clear();
-    } else {
+                         m_scratch.height == height && m_lastPrints.hasLayout(width, height, cellWidth, cellHeight);
+    if (!follows) {
         m_scratch.resize(width, height);
         std::memcpy(m_scratch.pixels.data(), still.pixels.data(), still.pixels.size());
-        m_overlayCells.reset(width, height, cellWidth, cellHeight);
     }
+    const SceneLayout layout(width, height);
     Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, width * 3);
-    canvas.trackChanges(&m_overlayCells);
-    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
 
-    size_t size = 0;
+    // Most of what the overlay draws (labels, the status and info lines)
+    // comes out the same every frame. What it draws is first only noted,
+    // cell by cell; the cells whose drawing differs from the last frame's
+    // get their background back and are drawn and compressed again, the
+    // others keep their pixels and their coded data.
+    m_prints.reset(width, height, cellWidth, cellHeight);
+    canvas.recordInto(&m_prints);
+    Overlay::draw(canvas, layout, m_tone, settings, info);
+    canvas.recordInto(nullptr);
     if (follows) {
-        markChangedCells();
-        size = m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out);
-    } else {
-        size = m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+        m_changedCells.reset(width, height, cellWidth, cellHeight);
+        forEachCell(m_changedCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
+            if (m_prints.at(column, row) == m_lastPrints.at(column, row))
+                return;
+            m_changedCells.mark(column * cellWidth, top, column * cellWidth + 1, top + 1);
+            for (int y = top; y < bottom; ++y)
+                std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
+        });
+        canvas.clipTo(&m_changedCells);
     }
+    Overlay::draw(canvas, layout, m_tone, settings, info);
+
+    const size_t size = follows ? m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out)
+                                : m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
+    std::swap(m_prints, m_lastPrints);
     // A picture that failed leaves nothing to follow on from.
     m_scratchFromLit = size != 0 ? m_litVersion : ~0u;
     return size;
-}
-
-void FrameRenderer::markChangedCells()
-{
-    // Most of what the overlay draws (labels, the status line) is drawn
-    // again the same from frame to frame; compressing a cell costs far more
-    // than comparing it, so only cells whose pixels differ from the last
-    // picture's are compressed again.
-    m_changedCells.reset(m_scratch.width, m_scratch.height, m_overlayCells.cellWidth(), m_overlayCells.cellHeight());
-    size_t kept = 0;
-    forEachCell(m_overlayCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
-        const bool was = m_lastOverlayCells.isDirty(column, row);
-        if (!was && !m_overlayCells.isDirty(column, row))
-            return;
-        bool same = true;
-        for (int y = top; y < bottom && same; ++y) {
-            const unsigned char* before =
-                was ? m_lastPixels.data() + kept + static_cast<size_t>(y - top) * bytes : m_lit.row(y) + left;
-            same = std::memcmp(m_scratch.row(y) + left, before, bytes) == 0;
-        }
-        if (was)
-            kept += bytes * static_cast<size_t>(bottom - top);
-        if (!same) {
-            const int x = column * m_changedCells.cellWidth();
-            m_changedCells.mark(x, top, x + 1, top + 1);
-        }
-    });
 }
 
 } // namespace ImageAcquisition

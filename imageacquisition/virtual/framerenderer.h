@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cellprints.h"
 #include "dirtygrid.h"
 #include "encoding.h"
 #include "framecontent.h"
@@ -51,8 +52,6 @@ private:
     const std::vector<unsigned char>& background(Encoding encoding);
     size_t renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
                       std::vector<unsigned char>& out);
-    // Marks in m_changedCells the cells of the new picture that differ from the last one.
-    void markChangedCells();
     // Puts the background back into out, whole or where content says the last overlay was.
     void restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
                            FrameContent* content);
@@ -70,16 +69,14 @@ private:
     Encoding m_convertedEncoding = Encoding::Rgb24;
     unsigned m_convertedFromLit = ~0u;
 
-    // The last MJPG picture: the lit scene it was made from, and the cells its
-    // overlay drew on. The next one puts back only those cells and compresses
-    // again only the cells where it differs from the last one.
+    // The last MJPG picture: the lit scene it was made from, and what its
+    // overlay drew in each cell. The next one draws and compresses again
+    // only the cells where its overlay draws something else.
     RgbImage m_scratch;
     unsigned m_scratchFromLit = ~0u;
-    DirtyGrid m_overlayCells;
-    DirtyGrid m_lastOverlayCells;
+    CellPrints m_lastPrints;
+    CellPrints m_prints;
     DirtyGrid m_changedCells;
-    // The pixels of the last picture in the cells of its overlay, cell after cell.
-    std::vector<unsigned char> m_lastPixels;
     JpegEncoder m_jpeg;
 };
 
