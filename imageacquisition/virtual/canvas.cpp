@@ -26,8 +26,6 @@ void Canvas::fillRect(int x, int y, int w, int h, const Rgb& colour)
         m_prints->add(left, top, right, bottom, colour);
         return;
     }
-    if (m_changes)
-        m_changes->mark(left, top, right, bottom);
     if (!m_clip) {
         fill(left, top, right, bottom, colour);
         return;

@@ -26,9 +26,6 @@ public:
     // Text with its top-left corner at (x, y), each dot scale x scale pixels.
     void drawText(int x, int y, const std::string& text, int scale, const Rgb& colour);
 
-    // From now on, marks every cell of grid that is drawn on; the grid must
-    // lie over the whole frame.
-    void trackChanges(DirtyGrid* grid) { m_changes = grid; }
     // From now on, draws nothing but adds what it would draw to prints,
     // whose grid must lie over the whole frame; null to draw again.
     void recordInto(CellPrints* prints) { m_prints = prints; }
@@ -45,7 +42,6 @@ private:
     int m_width;
     int m_height;
     int m_bytesPerLine;
-    DirtyGrid* m_changes = nullptr;
     CellPrints* m_prints = nullptr;
     const DirtyGrid* m_clip = nullptr;
 };

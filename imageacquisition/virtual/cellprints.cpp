@@ -33,11 +33,6 @@ void CellPrints::reset(int width, int height, int cellWidth, int cellHeight)
     m_prints.assign(static_cast<size_t>(m_columns) * static_cast<size_t>(m_rows), 0);
 }
 
-void CellPrints::clear()
-{
-    std::fill(m_prints.begin(), m_prints.end(), 0);
-}
-
 void CellPrints::add(int left, int top, int right, int bottom, const Rgb& colour)
 {
     if (left >= right || top >= bottom)

@@ -17,7 +17,6 @@ class CellPrints
 {
 public:
     void reset(int width, int height, int cellWidth, int cellHeight);
-    void clear();
     // Adds the rectangle [left, right) x [top, bottom), inside the picture.
     void add(int left, int top, int right, int bottom, const Rgb& colour);
 

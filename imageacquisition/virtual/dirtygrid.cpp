@@ -15,11 +15,6 @@ void DirtyGrid::reset(int width, int height, int cellWidth, int cellHeight)
     m_cells.assign(static_cast<size_t>(m_columns) * static_cast<size_t>(m_rows), 0);
 }
 
-void DirtyGrid::clear()
-{
-    std::fill(m_cells.begin(), m_cells.end(), 0);
-}
-
 void DirtyGrid::mark(int left, int top, int right, int bottom)
 {
     left = std::max(0, left);
@@ -34,14 +29,6 @@ void DirtyGrid::mark(int left, int top, int right, int bottom)
         auto first = m_cells.begin() + static_cast<long>(row) * m_columns;
         std::fill(first + left / m_cellWidth, first + lastColumn + 1, 1);
     }
-}
-
-void DirtyGrid::unite(const DirtyGrid& other)
-{
-    if (other.m_cells.size() != m_cells.size())
-        return;
-    for (size_t i = 0; i < m_cells.size(); ++i)
-        m_cells[i] |= other.m_cells[i];
 }
 
 } // namespace ImageAcquisition

@@ -12,11 +12,8 @@ class DirtyGrid
 public:
     // A grid over width x height pixels with every cell clean.
     void reset(int width, int height, int cellWidth, int cellHeight);
-    void clear();
     // Marks the cells that the rectangle [left, right) x [top, bottom) touches.
     void mark(int left, int top, int right, int bottom);
-    // Marks what other marks; other must be laid out alike.
-    void unite(const DirtyGrid& other);
 
     bool isDirty(int column, int row) const
     {

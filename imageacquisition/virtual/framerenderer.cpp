@@ -20,18 +20,29 @@ constexpr int kFocusQuantum = 8;
 constexpr int kRawCellWidth = 64;
 constexpr int kRawCellHeight = 16;
 
-// Calls visit(column, row, left byte, bytes a row, top, bottom) for every
-// cell of the RGB picture laid out by grid, row by row.
-template <typename Visit>
-void forEachCell(const DirtyGrid& grid, Visit visit)
+// Marks in changed the cells of grid's layout whose prints differ between
+// before and now, and copies them from the background into the picture
+// (rows lineBytes apart, pixelBytes a pixel): there the picture is drawn
+// again, everywhere else it already shows what now would draw.
+void restoreChangedCells(const CellPrints& before, const CellPrints& now, DirtyGrid& changed,
+                         const unsigned char* background, unsigned char* picture, size_t lineBytes,
+                         size_t pixelBytes)
 {
-    const size_t stride = static_cast<size_t>(grid.width()) * 3;
-    for (int row = 0; row < grid.rows(); ++row) {
-        const int top = row * grid.cellHeight();
-        const int bottom = std::min(grid.height(), top + grid.cellHeight());
-        for (int column = 0; column < grid.columns(); ++column) {
-            const size_t left = static_cast<size_t>(column) * static_cast<size_t>(grid.cellWidth()) * 3;
-            visit(column, row, left, std::min(stride - left, static_cast<size_t>(grid.cellWidth()) * 3), top, bottom);
+    const size_t cellBytes = static_cast<size_t>(changed.cellWidth()) * pixelBytes;
+    for (int row = 0; row < changed.rows(); ++row) {
+        const int top = row * changed.cellHeight();
+        const int bottom = std::min(changed.height(), top + changed.cellHeight());
+        for (int column = 0; column < changed.columns(); ++column) {
+            if (before.at(column, row) == now.at(column, row))
+                continue;
+            const int x = column * changed.cellWidth();
+            changed.mark(x, top, x + 1, top + 1);
+            const size_t left = static_cast<size_t>(x) * pixelBytes;
+            const size_t bytes = std::min(lineBytes - left, cellBytes);
+            for (int y = top; y < bottom; ++y) {
+                const size_t offset = static_cast<size_t>(y) * lineBytes + left;
+                std::memcpy(picture + offset, background + offset, bytes);
+            }
         }
     }
 }
@@ -108,52 +119,40 @@ size_t FrameRenderer::render(Encoding encoding, int width, int height, const Ima
         return renderJpeg(width, height, settings, info, out);
     }
 
-    restoreBackground(encoding, width, height, out, content);
-    Canvas canvas(encoding, out.data(), width, height, bytesPerLine(encoding, width));
-    if (content)
-        canvas.trackChanges(&content->overlay);
-    Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
-    return background(encoding).size();
-}
-
-void FrameRenderer::restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
-                                      FrameContent* content)
-{
     const std::vector<unsigned char>& still = background(encoding);
     const size_t size = still.size();
+    const size_t lineBytes = static_cast<size_t>(bytesPerLine(encoding, width));
     // A buffer that has to grow holds nothing worth keeping.
-    const bool follows = content && out.size() >= size && content->holds(encoding, width, height, m_litVersion);
+    const bool follows = content && out.size() >= size && content->holds(encoding, width, height, m_litVersion) &&
+                         content->overlay.hasLayout(width, height, kRawCellWidth, kRawCellHeight);
     if (out.size() < size)
         out.resize(size);
-    if (!follows) {
+    if (!follows)
         std::memcpy(out.data(), still.data(), size);
-        if (content) {
-            content->valid = true;
-            content->encoding = encoding;
-            content->width = width;
-            content->height = height;
-            content->backgroundVersion = m_litVersion;
-            content->overlay.reset(width, height, kRawCellWidth, kRawCellHeight);
+    Canvas canvas(encoding, out.data(), width, height, static_cast<int>(lineBytes));
+    const SceneLayout layout(width, height);
+    if (content) {
+        // As for MJPG: the overlay's drawing is noted first, and only the
+        // cells where it differs from what the buffer holds are drawn again.
+        m_prints.reset(width, height, kRawCellWidth, kRawCellHeight);
+        canvas.recordInto(&m_prints);
+        Overlay::draw(canvas, layout, m_tone, settings, info);
+        canvas.recordInto(nullptr);
+        if (follows) {
+            m_changedCells.reset(width, height, kRawCellWidth, kRawCellHeight);
+            restoreChangedCells(content->overlay, m_prints, m_changedCells, still.data(), out.data(), lineBytes,
+                                lineBytes / static_cast<size_t>(width));
+            canvas.clipTo(&m_changedCells);
         }
-        return;
+        std::swap(content->overlay, m_prints);
+        content->valid = true;
+        content->encoding = encoding;
+        content->width = width;
+        content->height = height;
+        content->backgroundVersion = m_litVersion;
     }
-    const DirtyGrid& last = content->overlay;
-    const size_t lineBytes = static_cast<size_t>(bytesPerLine(encoding, width));
-    const size_t pixelBytes = lineBytes / static_cast<size_t>(width);
-    for (int row = 0; row < last.rows(); ++row) {
-        const int bottom = std::min(height, (row + 1) * last.cellHeight());
-        for (int column = 0; column < last.columns(); ++column) {
-            if (!last.isDirty(column, row))
-                continue;
-            const size_t left = static_cast<size_t>(column) * static_cast<size_t>(last.cellWidth()) * pixelBytes;
-            const size_t bytes = std::min(lineBytes - left, static_cast<size_t>(last.cellWidth()) * pixelBytes);
-            for (int y = row * last.cellHeight(); y < bottom; ++y) {
-                const size_t offset = static_cast<size_t>(y) * lineBytes + left;
-                std::memcpy(out.data() + offset, still.data() + offset, bytes);
-            }
-        }
-    }
-    content->overlay.clear();
+    Overlay::draw(canvas, layout, m_tone, settings, info);
+    return size;
 }
 
 size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
@@ -182,13 +181,8 @@ size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& set
     canvas.recordInto(nullptr);
     if (follows) {
         m_changedCells.reset(width, height, cellWidth, cellHeight);
-        forEachCell(m_changedCells, [&](int column, int row, size_t left, size_t bytes, int top, int bottom) {
-            if (m_prints.at(column, row) == m_lastPrints.at(column, row))
-                return;
-            m_changedCells.mark(column * cellWidth, top, column * cellWidth + 1, top + 1);
-            for (int y = top; y < bottom; ++y)
-                std::memcpy(m_scratch.row(y) + left, still.row(y) + left, bytes);
-        });
+        restoreChangedCells(m_lastPrints, m_prints, m_changedCells, still.pixels.data(), m_scratch.pixels.data(),
+                            static_cast<size_t>(width) * 3, 3);
         canvas.clipTo(&m_changedCells);
     }
     Overlay::draw(canvas, layout, m_tone, settings, info);

@@ -52,9 +52,6 @@ private:
     const std::vector<unsigned char>& background(Encoding encoding);
     size_t renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
                       std::vector<unsigned char>& out);
-    // Puts the background back into out, whole or where content says the last overlay was.
-    void restoreBackground(Encoding encoding, int width, int height, std::vector<unsigned char>& out,
-                           FrameContent* content);
 
     SceneKey m_sceneKey;
     RgbImage m_scene;
@@ -75,6 +72,8 @@ private:
     RgbImage m_scratch;
     unsigned m_scratchFromLit = ~0u;
     CellPrints m_lastPrints;
+    // What this frame's overlay draws, and where it differs from what the
+    // picture (the MJPG scratch or a raw buffer) holds: scratch for each frame.
     CellPrints m_prints;
     DirtyGrid m_changedCells;
     JpegEncoder m_jpeg;
