@@ -16,8 +16,9 @@ namespace ImageAcquisition {
 
 // Makes the frames of one camera. What does not move is made once and kept
 // for each stage (scene, lit scene, scene in the frame's encoding) until a
-// setting it depends on changes; a frame then costs one copy of the kept
-// background, the moving parts drawn on it, and for MJPG the compression.
+// setting it depends on changes. A frame then costs its overlay, drawn again
+// (and for MJPG compressed again) only in the cells where it draws
+// something else than the picture it follows, on the kept background.
 class FrameRenderer
 {
 public:
@@ -26,8 +27,8 @@ public:
     // Writes one frame to the start of out (which grows as needed) and
     // returns its size in bytes; 0 when it could not be made. With content,
     // the description of what out holds from its last frame (kept with the
-    // buffer), a raw frame only puts the background back where the last
-    // overlay in out was.
+    // buffer), a raw frame puts the background back and draws again only
+    // where its overlay differs from the one out holds.
     size_t render(Encoding encoding, int width, int height, const ImageSettings& settings, const FrameInfo& info,
                   std::vector<unsigned char>& out, FrameContent* content = nullptr);
     // Makes the kept stages ready, so that the next render costs only its
