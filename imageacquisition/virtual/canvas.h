@@ -20,6 +20,7 @@ public:
 
     int width() const { return m_width; }
     int height() const { return m_height; }
+    unsigned char* data() const { return m_data; }
 
     // Clipped to the frame.
     void fillRect(int x, int y, int w, int h, const Rgb& colour);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include "celllayout.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -20,24 +21,14 @@ public:
     // Adds the rectangle [left, right) x [top, bottom), inside the picture.
     void add(int left, int top, int right, int bottom, const Rgb& colour);
 
-    std::uint64_t at(int column, int row) const
-    {
-        return m_prints[static_cast<size_t>(row) * static_cast<size_t>(m_columns) + static_cast<size_t>(column)];
-    }
+    std::uint64_t at(int column, int row) const { return m_prints[m_layout.index(column, row)]; }
     bool hasLayout(int width, int height, int cellWidth, int cellHeight) const
     {
-        return width == m_width && height == m_height && cellWidth == m_cellWidth && cellHeight == m_cellHeight;
+        return m_layout.is(width, height, cellWidth, cellHeight);
     }
-    int columns() const { return m_columns; }
-    int rows() const { return m_rows; }
 
 private:
-    int m_width = 0;
-    int m_height = 0;
-    int m_cellWidth = 1;
-    int m_cellHeight = 1;
-    int m_columns = 0;
-    int m_rows = 0;
+    CellLayout m_layout;
     std::vector<std::uint64_t> m_prints;
 };
 

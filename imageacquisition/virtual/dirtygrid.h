@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include "celllayout.h"
+
 #include <vector>
 
 namespace ImageAcquisition {
@@ -15,28 +16,20 @@ public:
     // Marks the cells that the rectangle [left, right) x [top, bottom) touches.
     void mark(int left, int top, int right, int bottom);
 
-    bool isDirty(int column, int row) const
-    {
-        return m_cells[static_cast<size_t>(row) * static_cast<size_t>(m_columns) + static_cast<size_t>(column)] != 0;
-    }
+    bool isDirty(int column, int row) const { return m_cells[m_layout.index(column, row)] != 0; }
     bool hasLayout(int width, int height, int cellWidth, int cellHeight) const
     {
-        return width == m_width && height == m_height && cellWidth == m_cellWidth && cellHeight == m_cellHeight;
+        return m_layout.is(width, height, cellWidth, cellHeight);
     }
-    int width() const { return m_width; }
-    int height() const { return m_height; }
-    int cellWidth() const { return m_cellWidth; }
-    int cellHeight() const { return m_cellHeight; }
-    int columns() const { return m_columns; }
-    int rows() const { return m_rows; }
+    int width() const { return m_layout.width; }
+    int height() const { return m_layout.height; }
+    int cellWidth() const { return m_layout.cellWidth; }
+    int cellHeight() const { return m_layout.cellHeight; }
+    int columns() const { return m_layout.columns; }
+    int rows() const { return m_layout.rows; }
 
 private:
-    int m_width = 0;
-    int m_height = 0;
-    int m_cellWidth = 1;
-    int m_cellHeight = 1;
-    int m_columns = 0;
-    int m_rows = 0;
+    CellLayout m_layout;
     std::vector<unsigned char> m_cells;
 };
 

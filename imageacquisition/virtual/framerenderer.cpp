@@ -130,29 +130,45 @@ size_t FrameRenderer::render(Encoding encoding, int width, int height, const Ima
     if (!follows)
         std::memcpy(out.data(), still.data(), size);
     Canvas canvas(encoding, out.data(), width, height, static_cast<int>(lineBytes));
+    if (!content) {
+        Overlay::draw(canvas, SceneLayout(width, height), m_tone, settings, info);
+        return size;
+    }
+    drawOverlay(canvas, settings, info, content->overlay, follows, kRawCellWidth, kRawCellHeight, still.data(),
+                lineBytes);
+    content->valid = true;
+    content->encoding = encoding;
+    content->width = width;
+    content->height = height;
+    content->backgroundVersion = m_litVersion;
+    return size;
+}
+
+void FrameRenderer::drawOverlay(Canvas& canvas, const ImageSettings& settings, const FrameInfo& info,
+                                CellPrints& held, bool follows, int cellWidth, int cellHeight,
+                                const unsigned char* background, size_t lineBytes)
+{
+    // Most of what the overlay draws (labels, the status and info lines)
+    // comes out the same every frame. What it draws is first only noted,
+    // cell by cell; the cells whose drawing differs from what the picture
+    // holds get their background back and are drawn again, the others keep
+    // their pixels.
+    const int width = canvas.width();
+    const int height = canvas.height();
     const SceneLayout layout(width, height);
-    if (content) {
-        // As for MJPG: the overlay's drawing is noted first, and only the
-        // cells where it differs from what the buffer holds are drawn again.
-        m_prints.reset(width, height, kRawCellWidth, kRawCellHeight);
-        canvas.recordInto(&m_prints);
-        Overlay::draw(canvas, layout, m_tone, settings, info);
-        canvas.recordInto(nullptr);
-        if (follows) {
-            m_changedCells.reset(width, height, kRawCellWidth, kRawCellHeight);
-            restoreChangedCells(content->overlay, m_prints, m_changedCells, still.data(), out.data(), lineBytes,
-                                lineBytes / static_cast<size_t>(width));
-            canvas.clipTo(&m_changedCells);
-        }
-        std::swap(content->overlay, m_prints);
-        content->valid = true;
-        content->encoding = encoding;
-        content->width = width;
-        content->height = height;
-        content->backgroundVersion = m_litVersion;
+    m_prints.reset(width, height, cellWidth, cellHeight);
+    canvas.recordInto(&m_prints);
+    Overlay::draw(canvas, layout, m_tone, settings, info);
+    canvas.recordInto(nullptr);
+    if (follows) {
+        m_changedCells.reset(width, height, cellWidth, cellHeight);
+        restoreChangedCells(held, m_prints, m_changedCells, background, canvas.data(), lineBytes,
+                            lineBytes / static_cast<size_t>(width));
+        canvas.clipTo(&m_changedCells);
     }
     Overlay::draw(canvas, layout, m_tone, settings, info);
-    return size;
+    canvas.clipTo(nullptr);
+    std::swap(held, m_prints);
 }
 
 size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
@@ -167,29 +183,14 @@ size_t FrameRenderer::renderJpeg(int width, int height, const ImageSettings& set
         m_scratch.resize(width, height);
         std::memcpy(m_scratch.pixels.data(), still.pixels.data(), still.pixels.size());
     }
-    const SceneLayout layout(width, height);
     Canvas canvas(Encoding::Rgb24, m_scratch.pixels.data(), width, height, width * 3);
-
-    // Most of what the overlay draws (labels, the status and info lines)
-    // comes out the same every frame. What it draws is first only noted,
-    // cell by cell; the cells whose drawing differs from the last frame's
-    // get their background back and are drawn and compressed again, the
-    // others keep their pixels and their coded data.
-    m_prints.reset(width, height, cellWidth, cellHeight);
-    canvas.recordInto(&m_prints);
-    Overlay::draw(canvas, layout, m_tone, settings, info);
-    canvas.recordInto(nullptr);
-    if (follows) {
-        m_changedCells.reset(width, height, cellWidth, cellHeight);
-        restoreChangedCells(m_lastPrints, m_prints, m_changedCells, still.pixels.data(), m_scratch.pixels.data(),
-                            static_cast<size_t>(width) * 3, 3);
-        canvas.clipTo(&m_changedCells);
-    }
-    Overlay::draw(canvas, layout, m_tone, settings, info);
+    // The cells drawn again are the ones compressed again; the others keep
+    // their coded data.
+    drawOverlay(canvas, settings, info, m_lastPrints, follows, cellWidth, cellHeight, still.pixels.data(),
+                static_cast<size_t>(width) * 3);
 
     const size_t size = follows ? m_jpeg.encodeChanged(m_scratch.pixels.data(), width, height, m_changedCells, out)
                                 : m_jpeg.encode(m_scratch.pixels.data(), width, height, out);
-    std::swap(m_prints, m_lastPrints);
     // A picture that failed leaves nothing to follow on from.
     m_scratchFromLit = size != 0 ? m_litVersion : ~0u;
     return size;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "canvas.h"
 #include "cellprints.h"
 #include "dirtygrid.h"
 #include "encoding.h"
@@ -51,6 +52,11 @@ private:
     void prepareScene(const SceneKey& key);
     void prepareLitScene(const ToneCurve::Parameters& tone);
     const std::vector<unsigned char>& background(Encoding encoding);
+    // Draws the overlay with canvas into a picture that holds the background
+    // (lineBytes a row) and, when follows, the overlay held notes; held then
+    // notes this one. m_changedCells says where it was drawn again.
+    void drawOverlay(Canvas& canvas, const ImageSettings& settings, const FrameInfo& info, CellPrints& held,
+                     bool follows, int cellWidth, int cellHeight, const unsigned char* background, size_t lineBytes);
     size_t renderJpeg(int width, int height, const ImageSettings& settings, const FrameInfo& info,
                       std::vector<unsigned char>& out);
 
