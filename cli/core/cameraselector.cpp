@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <functional>
+#include <iterator>
 #include <memory>
 
 namespace Tarvello {
@@ -44,7 +45,13 @@ int CameraSelector::select(const QString& selector) const
         [&](const CameraEntry& c) { return !c.busInfo.isEmpty() && c.busInfo == wanted; },
         [&](const CameraEntry& c) { return c.name.contains(wanted, Qt::CaseInsensitive); },
     };
-    for (const auto& matches : wholeMatches) {
+    // A number names an index (or a whole serial number), never a piece of
+    // a name, the last way: "1" must not open "KVC-1080" when there is no camera 1.
+    bool number = false;
+    wanted.toUInt(&number);
+    const size_t ways = std::size(wholeMatches) - (number ? 1 : 0);
+    for (size_t way = 0; way < ways; ++way) {
+        const auto& matches = wholeMatches[way];
         QVector<int> found;
         for (const CameraEntry& camera : m_cameras) {
             if (matches(camera))

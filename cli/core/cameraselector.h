@@ -10,7 +10,8 @@ namespace Tarvello {
 // Turns what a user types to name a camera into one index of the device
 // list. A selector is an index, a device node (/dev/video2 or video2), a
 // serial number, a bus info text (the USB port path) or a unique part of the
-// name, tried in that order; the first four must match whole. An empty
+// name, tried in that order; the first four must match whole, and a number
+// is never taken as a part of a name. An empty
 // selector picks the camera the window opens first: the first of the maker's
 // cameras, else the first camera.
 class CameraSelector

@@ -19,6 +19,7 @@
 #include <QStringList>
 
 #include <filesystem>
+#include <limits>
 #include <optional>
 
 namespace py = pybind11;
@@ -46,7 +47,22 @@ std::string selectorText(const py::handle& selector)
         return std::string();
     if (py::isinstance<py::bool_>(selector) || !(py::isinstance<py::int_>(selector) || py::isinstance<py::str>(selector)))
         throw std::invalid_argument("a camera selector is a str or an int");
+    if (py::isinstance<py::int_>(selector) && selector < py::int_(0))
+        throw std::invalid_argument("a camera index is 0 or more");
     return py::str(selector).cast<std::string>();
+}
+
+// Sizes arrive signed, so that (-640, 480) is a bad value, not a bad type.
+using SizeArgument = std::pair<long long, long long>;
+
+std::optional<Size> sizeOf(const std::optional<SizeArgument>& size)
+{
+    if (!size)
+        return std::nullopt;
+    const auto fits = [](long long pixels) { return pixels > 0 && pixels <= std::numeric_limits<int>::max(); };
+    if (!fits(size->first) || !fits(size->second))
+        throw std::invalid_argument("size is (width, height), each from 1 to 2147483647 pixels");
+    return Size(unsigned(size->first), unsigned(size->second));
 }
 
 py::dict properties(const CameraInfo& info)
@@ -141,11 +157,11 @@ QByteArray readProfileSource(const py::object& source)
 }
 
 std::unique_ptr<FrameStream> startStream(const std::shared_ptr<PyCamera>& camera, const std::optional<std::string>& fourcc,
-                                         const std::optional<Size>& size, const std::optional<Interval>& interval,
+                                         const std::optional<SizeArgument>& size, const std::optional<Interval>& interval,
                                          bool decode, double timeout, int buffers)
 {
     if (fourcc || size || interval)
-        camera->setFormat(fourcc, size, interval);
+        camera->setFormat(fourcc, sizeOf(size), interval);
     return std::make_unique<FrameStream>(camera, decode, timeout, buffers);
 }
 
@@ -283,7 +299,11 @@ void bindCamera(py::module_& module)
         .def_property_readonly("formats", &formatsOf, "The pixel formats the camera offers, as Format objects.")
         .def_property_readonly("format", &currentFormat,
                                "The format in force: (fourcc, (width, height), (numerator, denominator)).")
-        .def("set_format", &PyCamera::setFormat, py::arg("fmt") = py::none(), py::arg("size") = py::none(),
+        .def(
+            "set_format",
+            [](PyCamera& c, const std::optional<std::string>& fourcc, const std::optional<SizeArgument>& size,
+               const std::optional<Interval>& interval) { c.setFormat(fourcc, sizeOf(size), interval); },
+            py::arg("fmt") = py::none(), py::arg("size") = py::none(),
              py::arg("interval") = py::none(),
              (std::string("Chooses format, size and interval. ") + kFormatArgs
               + " ValueError names what the camera offers; Refused while a stream runs.")
@@ -331,7 +351,7 @@ void bindCamera(py::module_& module)
         .def(
             "grab",
             [](const std::shared_ptr<PyCamera>& camera, int count, const std::optional<std::string>& fourcc,
-               const std::optional<Size>& size, const std::optional<Interval>& interval, bool decode, double timeout) {
+               const std::optional<SizeArgument>& size, const std::optional<Interval>& interval, bool decode, double timeout) {
                 if (count < 0)
                     throw std::invalid_argument("count must not be negative");
                 const std::unique_ptr<FrameStream> stream =
@@ -350,7 +370,8 @@ void bindCamera(py::module_& module)
         "open", [](const py::object& selector) { return std::make_shared<PyCamera>(selectorText(selector)); },
         py::arg("selector") = py::none(),
         "Opens a camera chosen as tarvello-ctl chooses: by index, device node (/dev/video2 or video2), "
-        "serial number, bus info, or a unique part of its name; none (or '') picks the first of Kelvane's "
+        "serial number, bus info, or a unique part of its name (a number is an index or a serial number "
+        "only); none (or '') picks the first of Kelvane's "
         "cameras, else the first camera. Raises CameraNotFound (listing the candidates) when the selector "
         "names no single camera, Refused when the camera cannot be opened.");
 }

@@ -189,7 +189,7 @@ def cameras() -> list[CameraInfo]:
     """The cameras present now."""
 
 def open(selector: Optional[Union[str, int]] = None) -> Camera:
-    """Opens a camera by index, node, serial, bus info or a unique part of its name."""
+    """Opens a camera by index (0 or more), node, serial, bus info or a unique part of its name."""
 
 def watch() -> CameraWatch:
     """Starts watching for cameras plugged in or out."""

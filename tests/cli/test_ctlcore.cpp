@@ -79,6 +79,9 @@ private slots:
                  qPrintable(several));
         const QString none = messageOf<NoSuchCamera>([&] { selector.select("nikon"); });
         QVERIFY2(none.contains("No camera matches") && none.contains("/dev/video4"), qPrintable(none));
+        // A number is an index or a serial number, never the "4" of "KVC-4K".
+        QVERIFY(messageOf<NoSuchCamera>([&] { selector.select("4"); }).contains("No camera matches"));
+        QVERIFY(messageOf<NoSuchCamera>([&] { selector.select("1080"); }).contains("No camera matches"));
         QVERIFY(!messageOf<NoSuchCamera>([] { CameraSelector({}).select(""); }).isEmpty());
         QCOMPARE(CameraSelector({entry(0, "v", "Plain", "", "", false)}).select(""), 0);
     }

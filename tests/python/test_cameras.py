@@ -25,6 +25,11 @@ def test_selection_is_that_of_the_command_line_tool(plugged):
         tarvello.open("no such camera")
     with pytest.raises(ValueError):
         tarvello.open(1.5)
+    with pytest.raises(ValueError, match="0 or more"):
+        tarvello.open(-1)
+    # An index past the list is no camera, though names hold digits ("KVC-1080").
+    with pytest.raises(tarvello.CameraNotFound):
+        tarvello.open(len(tarvello.cameras()))
 
 
 def test_hot_plug_events_arrive_in_order():

@@ -92,6 +92,8 @@ def test_arrays_still_held_are_never_written_again(camera):
 def test_bad_stream_arguments_are_refused_clearly(camera):
     with pytest.raises(ValueError, match="320x240"):
         camera.stream(fmt="RGB3", size=(333, 333))
+    with pytest.raises(ValueError, match="each from 1"):
+        camera.stream(fmt="RGB3", size=(-640, 480))
     with pytest.raises(ValueError, match="has no format 'XXXX'"):
         camera.stream(fmt="XXXX")
     with pytest.raises(ValueError, match="timeout"):
