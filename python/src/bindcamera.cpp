@@ -220,7 +220,8 @@ void bindCamera(py::module_& module)
                           "One control of an open camera. Properties read the camera layer's state; refresh() "
                           "re-reads the camera. Writing value checks kind, range, step, menu entries and "
                           "flags before anything reaches the camera: ValueError for bad values, Refused for "
-                          "controls that cannot be written now or writes the camera refuses.")
+                          "controls that cannot be written now or writes the camera refuses. Once the "
+                          "camera is unplugged, value, refresh() and writes raise CameraGone.")
         .def_property_readonly("name", [](const PyControl& c) { return c.describe().name.toStdString(); },
                                "Name, such as 'Exposure, Auto'.")
         .def_property_readonly("key", [](const PyControl& c) { return c.describe().key.toStdString(); },
@@ -312,6 +313,7 @@ void bindCamera(py::module_& module)
             "reset",
             [](PyCamera& c) {
                 const std::lock_guard<std::mutex> lock(c.mutex());
+                c.ensurePresent();
                 c.camera().reset();
             },
             "Soft-resets the camera (allowed while streaming).")

@@ -13,12 +13,14 @@ namespace TarvelloPython {
 QByteArray CameraProfile::save(PyCamera& camera)
 {
     const std::lock_guard<std::mutex> lock(camera.mutex());
+    camera.ensurePresent();
     return QJsonDocument(Tarvello::Profile::save(camera.camera(), camera.entry())).toJson(QJsonDocument::Indented);
 }
 
 CameraProfile::Report CameraProfile::load(PyCamera& camera, const QByteArray& json, bool dryRun)
 {
     const std::lock_guard<std::mutex> lock(camera.mutex());
+    camera.ensurePresent();
     const Tarvello::ProfilePlan plan = Tarvello::Profile::check(camera.camera(), camera.entry(), json);
     Report report;
     report.changes = plan.changeLines();

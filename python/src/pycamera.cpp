@@ -71,6 +71,12 @@ bool PyCamera::isPresent() const
     return false;
 }
 
+void PyCamera::ensurePresent() const
+{
+    if (!isPresent())
+        throw CameraGone(goneMessage());
+}
+
 std::string PyCamera::goneMessage() const
 {
     return (entry().summary() + " was unplugged.").toStdString();

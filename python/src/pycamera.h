@@ -43,6 +43,9 @@ public:
     bool isPresent() const;
     // The message of the CameraGone a caller raises once isPresent() is false.
     std::string goneMessage() const;
+    // Throws CameraGone unless isPresent(): an unplugged camera's controls
+    // would go on answering with the last values the layer knew.
+    void ensurePresent() const;
 
 private:
     std::unique_ptr<Tarvello::OpenCamera> m_open;

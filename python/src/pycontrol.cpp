@@ -46,6 +46,10 @@ py::object PyControl::toPython(const Tarvello::ControlDescription& d)
 
 py::object PyControl::value() const
 {
+    {
+        const std::lock_guard<std::mutex> lock(m_camera->mutex());
+        m_camera->ensurePresent();
+    }
     return toPython(describe());
 }
 
@@ -76,12 +80,14 @@ void PyControl::press()
 void PyControl::refresh()
 {
     const std::lock_guard<std::mutex> lock(m_camera->mutex());
+    m_camera->ensurePresent();
     m_control->refresh();
 }
 
 void PyControl::writeAll(PyCamera& camera, const QVector<QPair<QString, QString>>& assignments)
 {
     const std::lock_guard<std::mutex> lock(camera.mutex());
+    camera.ensurePresent();
     const Tarvello::ControlWriter writer(camera.camera());
     const QVector<Tarvello::ControlWrite> writes = writer.plan(assignments);
     try {

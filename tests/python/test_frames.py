@@ -114,8 +114,11 @@ def test_unplugging_ends_the_stream(camera, plugged):
                 if len(got) == 2:
                     assert _testing.unplug(index)
     assert len(got) == 2
-    with pytest.raises(tarvello.CameraGone):
-        camera.stream()
+    brightness = camera.controls["Brightness"]
+    for reaches_the_camera in (camera.stream, camera.reset, camera.save_profile, brightness.refresh,
+                               lambda: brightness.value, lambda: setattr(brightness, "value", 1)):
+        with pytest.raises(tarvello.CameraGone):
+            reaches_the_camera()
 
 
 def test_waiting_for_a_frame_lets_other_threads_run(camera):
