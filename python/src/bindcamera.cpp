@@ -266,7 +266,7 @@ void bindCamera(py::module_& module)
         .def_property("value", &PyControl::value, &PyControl::setValue,
                       "The value: bool, int, str (a menu's entry text; an integer menu's entry), or None for "
                       "kinds without one. Takes bool, int or str (menus also take an entry index as '#2').")
-        .def("press", &PyControl::press, "Presses a button control.")
+        .def("press", &PyControl::press, "Presses a button control; ValueError for other kinds.")
         .def("refresh", &PyControl::refresh, "Re-reads value and flags from the camera.")
         .def("__repr__", [](const PyControl& c) {
             const Tarvello::ControlDescription d = c.describe();

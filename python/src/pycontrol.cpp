@@ -74,7 +74,12 @@ void PyControl::setValue(const py::handle& value)
 
 void PyControl::press()
 {
-    writeAll(*m_camera, {{describe().name, QString()}});
+    const Tarvello::ControlDescription description = describe();
+    // The core's own message here speaks of the command line's NAME=VALUE.
+    if (description.kind != "button")
+        throw std::invalid_argument(description.name.toStdString() + " is a " + description.kind.toStdString()
+                                    + " control, not a button: set its value instead.");
+    writeAll(*m_camera, {{description.name, QString()}});
 }
 
 void PyControl::refresh()

@@ -54,6 +54,8 @@ def test_controls_round_trip_and_refuse_bad_values(camera):
         brightness.value = high + 1
     with pytest.raises(ValueError):
         brightness.value = 1.5
+    with pytest.raises(ValueError, match="not a button"):
+        brightness.press()
     brightness.refresh()
     assert brightness.value == high
 
