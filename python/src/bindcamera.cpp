@@ -221,7 +221,7 @@ void bindCamera(py::module_& module)
                           "re-reads the camera. Writing value checks kind, range, step, menu entries and "
                           "flags before anything reaches the camera: ValueError for bad values, Refused for "
                           "controls that cannot be written now or writes the camera refuses. Once the "
-                          "camera is unplugged, value, refresh() and writes raise CameraGone.")
+                          "camera is unplugged, refresh() and writes raise CameraGone; value keeps the last value read.")
         .def_property_readonly("name", [](const PyControl& c) { return c.describe().name.toStdString(); },
                                "Name, such as 'Exposure, Auto'.")
         .def_property_readonly("key", [](const PyControl& c) { return c.describe().key.toStdString(); },

@@ -43,8 +43,8 @@ public:
     bool isPresent() const;
     // The message of the CameraGone a caller raises once isPresent() is false.
     std::string goneMessage() const;
-    // Throws CameraGone unless isPresent(): an unplugged camera's controls
-    // would go on answering with the last values the layer knew.
+    // Throws CameraGone unless isPresent(), for what reaches the camera: an
+    // unplugged camera's controls refresh and reset without a word.
     void ensurePresent() const;
 
 private:

@@ -46,10 +46,6 @@ py::object PyControl::toPython(const Tarvello::ControlDescription& d)
 
 py::object PyControl::value() const
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_camera->mutex());
-        m_camera->ensurePresent();
-    }
     return toPython(describe());
 }
 
@@ -92,7 +88,6 @@ void PyControl::refresh()
 void PyControl::writeAll(PyCamera& camera, const QVector<QPair<QString, QString>>& assignments)
 {
     const std::lock_guard<std::mutex> lock(camera.mutex());
-    camera.ensurePresent();
     const Tarvello::ControlWriter writer(camera.camera());
     const QVector<Tarvello::ControlWrite> writes = writer.plan(assignments);
     try {
@@ -101,6 +96,8 @@ void PyControl::writeAll(PyCamera& camera, const QVector<QPair<QString, QString>
         // Even a refused batch may have written part of it.
         for (const Tarvello::ControlWrite& write : writes)
             write.control->refresh();
+        // Looked at only now: listing the devices opens every video node.
+        camera.ensurePresent();
         throw;
     }
     // Writing one control may change the others of its family.
