@@ -145,11 +145,12 @@ void setControls(PyCamera& camera, const py::dict& values)
 
 QByteArray readProfileSource(const py::object& source)
 {
-    // A str that looks like JSON is the profile itself; anything else names a file.
+    // A str that looks like JSON is the profile itself (and a JSON array a
+    // wrong one, not a file name); anything else names a file.
     if (py::isinstance<py::str>(source)) {
         const std::string text = source.cast<std::string>();
         const size_t first = text.find_first_not_of(" \t\r\n");
-        if (first != std::string::npos && text[first] == '{')
+        if (first != std::string::npos && (text[first] == '{' || text[first] == '['))
             return QByteArray::fromStdString(text);
     }
     const py::bytes content = py::module_::import("pathlib").attr("Path")(source).attr("read_bytes")();
