@@ -34,8 +34,7 @@ void PyCamera::setFormat(const std::optional<std::string>& fourcc, const std::op
     request.interval = interval;
     const Tarvello::FormatChoice choice(camera(), request);
     if (!camera().setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex)) {
-        if (!isPresent())
-            throw CameraGone(goneMessage());
+        ensurePresent();
         throw Tarvello::Refused("The camera refused the format.");
     }
 }
