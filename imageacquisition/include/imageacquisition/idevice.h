@@ -26,6 +26,11 @@ public:
     virtual bool supportsVideoCapture() const = 0;
     // One of Kelvane's own cameras (see kelvane.h for how it is recognised).
     virtual bool isKelvaneDevice() const = 0;
+    // The device node of the camera's own serial line (such as /dev/ttyACM1
+    // or a virtual camera's pseudo-terminal); empty when it has none or the
+    // layer cannot tell. The window keeps opening /dev/ttyACM0 regardless;
+    // this is for programs that serve several cameras at once.
+    virtual const char* getSerialLine() const { return ""; }
 };
 
 } // namespace ImageAcquisition

@@ -2,6 +2,9 @@
 
 #include "icamera.h"
 
+#include <chrono>
+#include <thread>
+
 namespace ImageAcquisition {
 
 class IFrame;
@@ -21,6 +24,21 @@ public:
     virtual void releaseFrame(IFrame* frame) = 0;
     virtual int stopStreaming() = 0;
     virtual int releaseBuffers() = 0;
+
+    // Sleeps until getFrame() has a picture to hand out, so that a program
+    // that can wait need not ask getFrame() in a loop. Returns 1 when a frame
+    // is ready (another caller may still take it first: getFrame() can come
+    // back empty, so loop), 0 when timeoutMs passed without one (0 only
+    // looks), -ENODEV at once when the camera is unplugged (also while
+    // waiting), and -EINVAL when the camera does not stream.
+    // This default, for cameras that cannot tell, sleeps a short while and
+    // says a frame may be ready.
+    virtual int waitForFrame(int timeoutMs)
+    {
+        const int slice = timeoutMs < 2 ? (timeoutMs > 0 ? timeoutMs : 0) : 2;
+        std::this_thread::sleep_for(std::chrono::milliseconds(slice));
+        return 1;
+    }
 };
 
 } // namespace ImageAcquisition
