@@ -148,6 +148,9 @@ private slots:
                                 && VirtualCameras::serialLinePath(0) == target;
         QCOMPARE(device->isKelvaneDevice(), linkedToUs);
         QVERIFY(!list->getDevice(1)->isKelvaneDevice());
+        // Each names its own line, linked or not.
+        QCOMPARE(QString(device->getSerialLine()), QString::fromStdString(VirtualCameras::serialLinePath(0)));
+        QCOMPARE(QString(list->getDevice(1)->getSerialLine()), QString::fromStdString(VirtualCameras::serialLinePath(1)));
 
 
         auto camera = openCamera();
@@ -242,6 +245,39 @@ private slots:
         QCOMPARE(camera->getCurrentFormatIndex(), 2);
         camera.reset(); // deleted while streaming
         QCOMPARE(second->allocateBuffers(2), 0);
+    }
+
+    void waitingForFrames()
+    {
+        auto camera = openCamera();
+        QCOMPARE(camera->waitForFrame(10), -EINVAL); // not streaming
+        QVERIFY(camera->setFormat(formatIndex(*camera, "YUYV"), 0, 3)); // 2/15 s
+        Stream stream(*camera);
+        QVERIFY(stream.ok);
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(camera->waitForFrame(5000), 1);
+        // Within a period (and then some for a loaded machine), not at the timeout.
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+        IFrame* frame = camera->getFrame();
+        QVERIFY(!frame->isEmpty());
+        camera->releaseFrame(frame);
+        QCOMPARE(camera->waitForFrame(0), 0); // the next one is not due yet
+        QCOMPARE(camera->waitForFrame(5), 0);
+
+        // An unplug ends a wait at once, whatever its timeout.
+        std::thread unplugger([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            VirtualCameras::unplug(0);
+        });
+        int status;
+        while ((status = camera->waitForFrame(60000)) == 1)
+            camera->releaseFrame(camera->getFrame());
+        unplugger.join();
+        QCOMPARE(status, -ENODEV);
+        clock.restart();
+        QCOMPARE(camera->waitForFrame(60000), -ENODEV);
+        QVERIFY(clock.elapsed() < 1000);
     }
 
     void controlsOfEveryKind()
