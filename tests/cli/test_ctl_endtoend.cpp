@@ -22,11 +22,12 @@ struct Result
     QString err;
 };
 
-Result run(const QString& program, const QStringList& arguments, const QByteArray& input = QByteArray())
+Result run(const QString& program, const QStringList& arguments, const QByteArray& input = QByteArray(),
+           const QString& virtualCameras = "2")
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", "2");
+    environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", virtualCameras);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
     process.write(input);
@@ -108,7 +109,16 @@ private slots:
         QVERIFY(cameras.size() >= 2);
         const QJsonObject second = cameras.last().toObject();
         QCOMPARE(second["serial"].toString(), QString("KVV-000002"));
+        QVERIFY(second["serial_line"].toString().startsWith("/dev/pts/"));
         QVERIFY(ctl({"list"}).out.contains("platform:virtual-camera-2"));
+        // No camera at all is "no such camera" for list as for every command.
+        const Result none = run(TARVELLO_CTL, {"list", "--json"}, QByteArray(), "0");
+        if (json(none).toArray().isEmpty()) {
+            CHECK_RUN(none, 3);
+            const Result text = run(TARVELLO_CTL, {"list"}, QByteArray(), "0");
+            CHECK_RUN(text, 3);
+            QVERIFY(text.err.contains("No camera found"));
+        }
 
         const QString index = QString::number(second["index"].toInt());
         for (const QString& selector : {index, QString("virtual2"), QString("KVV-000002"),
