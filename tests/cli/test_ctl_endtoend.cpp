@@ -322,6 +322,25 @@ private slots:
         QVERIFY(missing.err.contains("Cannot open /nonexistent/tty"));
         CHECK_RUN(ctl({"serial", "--duration", "later"}), 2);
     }
+
+    void linkOfAKilledVirtualCameraIsRemovedByTheNextProgram()
+    {
+        const QFileInfo path("/dev/ttyACM0");
+        if (path.exists() || path.isSymLink() || ::access("/dev", W_OK) != 0)
+            QSKIP("needs /dev/ttyACM0 free and /dev writable (root), where a virtual camera links its line");
+        QProcess holder;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1");
+        holder.setProcessEnvironment(environment);
+        holder.start(TARVELLO_CTL, {"serial", "--duration", "60"});
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo("/dev/ttyACM0").isSymLink(), 10000);
+        holder.kill(); // SIGKILL: no chance to clean up
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(QFileInfo("/dev/ttyACM0").isSymLink());
+        // Any program of the layer, with no virtual camera of its own.
+        run(TARVELLO_CTL, {"list"}, QByteArray(), "0");
+        QVERIFY(!QFileInfo("/dev/ttyACM0").isSymLink() && !QFile::exists("/dev/.ttyACM0.owner"));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCtlEndToEnd)
