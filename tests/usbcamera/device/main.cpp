@@ -6,7 +6,7 @@
 //                           [--port N] [--serial TEXT]
 //   --log       what the device did, one line per event (default: stderr)
 //   --frames    keep the frames sent as DIR/NNNNNN.mjpg or .yuyv (the last
-//               32 MB of them)
+//               64 MB of them)
 //   --pid-file  where to write the process id, once the device is plugged in
 // SIGUSR1 unplugs the camera, SIGUSR2 plugs it in again, SIGTERM ends it.
 
@@ -21,7 +21,8 @@
 
 namespace {
 
-constexpr std::size_t kFrameBudget = 32u << 20;
+// A few seconds of the largest stream (YUYV 640x480 at 30 fps).
+constexpr std::size_t kFrameBudget = 64u << 20;
 
 int usage()
 {

@@ -16,6 +16,7 @@ enum : std::uint8_t
 };
 
 constexpr double kStatusPeriod = 2.0;
+constexpr double kBannerDelay = 0.1;
 // The first status follows soon after the line is opened.
 constexpr double kFirstStatus = 0.3;
 // What a firmware's transmit buffer holds; text beyond it is lost.
@@ -66,11 +67,16 @@ void SerialFunction::setLineState(bool dtr, double now)
         m_output.clear();
         return;
     }
-    if (m_bannerOwed) {
+    m_bannerDue = now + kBannerDelay;
+    m_nextStatus = now + kFirstStatus;
+}
+
+void SerialFunction::sendBannerIfOwed()
+{
+    if (m_dtr && m_bannerOwed) {
         m_bannerOwed = false;
         send(banner());
     }
-    m_nextStatus = now + kFirstStatus;
 }
 
 void SerialFunction::send(const std::string& text)
@@ -90,6 +96,7 @@ void SerialFunction::received(const Bytes& data, double now)
             continue;
         if (c == '\r' || c == '\n') {
             m_log.write("serial command \"" + m_line + "\"");
+            sendBannerIfOwed();
             send(answer(m_line, now));
             m_line.clear();
         } else if (m_line.size() < kMaxLine) {
@@ -112,13 +119,15 @@ std::string SerialFunction::answer(const std::string& line, double now)
     if (word == "reset") {
         m_firmware.reset(now);
         m_log.write("reset");
-        return banner();
+        return banner(); // the line is open: no reason to wait
     }
     return "unknown command '" + line + "'; try help\r\n";
 }
 
 void SerialFunction::pump(double now, TransferQueue& queue, UsbIpConnection& link)
 {
+    if (now >= m_bannerDue)
+        sendBannerIfOwed();
     if (m_dtr && now >= m_nextStatus) {
         send(m_firmware.statusLine(now) + "\r\n");
         m_nextStatus = now + kStatusPeriod;
@@ -138,7 +147,7 @@ std::optional<double> SerialFunction::deadline(bool transfersPending) const
         return std::nullopt;
     if (!m_output.empty() && transfersPending)
         return 0.0;
-    return m_nextStatus;
+    return m_bannerOwed ? std::min(m_bannerDue, m_nextStatus) : m_nextStatus;
 }
 
 } // namespace UsbCamera

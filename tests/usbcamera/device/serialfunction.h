@@ -17,9 +17,12 @@ namespace UsbCamera {
 // firmware's console on it, like the virtual camera's: a banner, a status
 // line every 2 seconds, and answers to "status" (or an empty line), "help"
 // and "reset". A careful firmware talks only to a listener: nothing is sent
-// before the host raises DTR (opening the tty does), the banner owed since
-// power-on or reset goes out first when it does, and what is left unsent
-// when DTR drops is discarded, so a later open never starts with old text.
+// before the host raises DTR, and what is left unsent when DTR drops is
+// discarded, so a later open never starts with old text. The banner owed
+// since power-on or reset follows DTR after a moment: the kernel raises DTR
+// inside open(), before the program could set the line raw, and text
+// arriving then would be echoed back by the tty. A command that comes
+// sooner gets the banner first, then its answer.
 class SerialFunction
 {
 public:
@@ -39,6 +42,7 @@ public:
 private:
     void setLineState(bool dtr, double now);
     void send(const std::string& text);
+    void sendBannerIfOwed();
     std::string answer(const std::string& line, double now);
     std::string banner() const;
 
@@ -48,6 +52,7 @@ private:
     Bytes m_lineCoding = {0x00, 0xc2, 0x01, 0x00, 0, 0, 8}; // 115200 8N1
     bool m_dtr = false;
     bool m_bannerOwed = true;
+    double m_bannerDue = 0.0;
     double m_nextStatus = 0.0;
     std::string m_output;
     std::string m_line;
