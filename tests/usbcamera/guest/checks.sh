@@ -95,9 +95,13 @@ for file in /tmp/grab/*.jpg; do
     sent_before "$file" mjpg || fail "$file is none of the frames the device sent"
 done
 $ctl record -n 10 --format MJPG -o /tmp/run.mkv >/dev/null || fail "tarvello-ctl record"
-probed=$(ffprobe -v error -count_frames -select_streams v:0 \
-    -show_entries stream=codec_name,width,height,nb_read_frames -of csv=p=0 /tmp/run.mkv)
-[ "$probed" = "mjpeg,640,480,10" ] || fail "ffprobe on the recording: '$probed'"
+if command -v ffprobe >/dev/null; then
+    probed=$(ffprobe -v error -count_frames -select_streams v:0 \
+        -show_entries stream=codec_name,width,height,nb_read_frames -of csv=p=0 /tmp/run.mkv)
+    [ "$probed" = "mjpeg,640,480,10" ] || fail "ffprobe on the recording: '$probed'"
+else
+    echo "the recording is not checked: no ffprobe (install ffmpeg)"
+fi
 $ctl stats --duration 2 --format YUYV --size 320x240 >/tmp/stats.txt || fail "tarvello-ctl stats"
 grep -q '^frames: ' /tmp/stats.txt || fail "tarvello-ctl stats: $(cat /tmp/stats.txt)"
 
