@@ -87,7 +87,7 @@ sensed=$(logged_since_mark | sed -n 's/^GET_CUR Temperature (C) -> //p' | tail -
     || fail "tarvello-ctl get temperature_c: '$got', the device answered '$sensed'"
 $ctl set trigger_auto_controls=2 >/tmp/refused.txt 2>&1
 [ $? -eq 4 ] || fail "a trigger of a locked function was not refused (exit 4): $(cat /tmp/refused.txt)"
-$ctl set lock_auto_controls=0 cooling_fan=on >/dev/null || fail "tarvello-ctl set"
+# The lock and the fan stay as set: the unplugs below power the camera up afresh.
 
 $ctl grab -n 3 --format MJPG --type raw -o /tmp/grab >/dev/null || fail "tarvello-ctl grab"
 [ "$(ls /tmp/grab/*.jpg 2>/dev/null | wc -l)" -eq 3 ] || fail "tarvello-ctl grab did not write 3 files"
@@ -102,13 +102,13 @@ if command -v ffprobe >/dev/null; then
 else
     echo "the recording is not checked: no ffprobe (install ffmpeg)"
 fi
-$ctl stats --duration 2 --format YUYV --size 320x240 >/tmp/stats.txt || fail "tarvello-ctl stats"
+$ctl stats --duration 1 --format YUYV --size 320x240 >/tmp/stats.txt || fail "tarvello-ctl stats"
 grep -q '^frames: ' /tmp/stats.txt || fail "tarvello-ctl stats: $(cat /tmp/stats.txt)"
 
 # The first command on a freshly opened line is answered: nothing the
 # camera sent glues onto it.
 mark_log
-$ctl serial --send status >/tmp/serial.txt 2>&1 || fail "tarvello-ctl serial --send status"
+$ctl serial --send status --duration 1 >/tmp/serial.txt 2>&1 || fail "tarvello-ctl serial --send status"
 grep -q 'Kelvane KVC-640 Camera' /tmp/serial.txt || fail "tarvello-ctl serial showed no banner"
 grep -q 'temp [0-9.]* C, errors 0x' /tmp/serial.txt || fail "tarvello-ctl serial showed no status line"
 grep -q 'unknown command' /tmp/serial.txt && fail "the camera did not understand: $(cat /tmp/serial.txt)"
@@ -154,5 +154,13 @@ chmod 700 /tmp/runtime
     USBCAMERA_SCREENSHOT=$OUT_DIR/usbcamera-settings.png "$WINDOW") || fail "the window's checks"
 
 kill -TERM "$KELVANE_DEVICE_PID"
+for i in $(seq 1 50); do
+    kill -0 "$KELVANE_DEVICE_PID" 2>/dev/null || break
+    sleep 0.1
+done
+if kill -0 "$KELVANE_DEVICE_PID" 2>/dev/null; then
+    fail "the emulated camera did not stop within 5 s of SIGTERM"
+    kill -KILL "$KELVANE_DEVICE_PID"
+fi
 wait "$KELVANE_DEVICE_PID" || fail "the emulated camera ended with status $?"
 echo "done after $(uptime_now) s"
