@@ -133,12 +133,13 @@ void UsbCameraWindowTest::settingsFromTheRealDriver()
         CameraUI::CameraControlTrigger* trigger = nullptr;
         for (auto* panel : dialog.findChildren<CameraUI::CameraControlTrigger*>())
             trigger = panel->findChild<QPushButton*>()->text() == "Trigger Auto Controls" ? panel : trigger;
+        QVERIFY(trigger);
         trigger->findChildren<QCheckBox*>().first()->setChecked(true); // Exposure
         QTest::mouseClick(trigger->findChild<QPushButton*>(), Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(deviceLog(logStart).contains("SET_CUR Trigger Auto Controls = 1"), 5000);
         QVERIFY(deviceLog(logStart).contains("SET_CUR Error Status = -1"));
-        QTRY_VERIFY_WITH_TIMEOUT(deviceLog(logStart).filter(QRegularExpression("^GET_CUR Temperature \\(C\\) -> ")).size() >= 2,
-                                 5000);
+        const QRegularExpression temperatureRead("^GET_CUR Temperature \\(C\\) -> ");
+        QTRY_VERIFY_WITH_TIMEOUT(deviceLog(logStart).filter(temperatureRead).size() >= 2, 5000);
         QVERIFY(!deviceLog(logStart).filter(QRegularExpression("^GET_CUR Error Status -> ")).isEmpty());
     });
     m_window->findChild<QAction*>("actionStart")->trigger();
