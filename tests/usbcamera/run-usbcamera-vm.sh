@@ -18,8 +18,9 @@
 set -euo pipefail
 
 cache=$1
-source=$(readlink -f "$2")
-build=$(readlink -f "$3")
+# Logical paths, as CMake wrote them into the programs' run paths.
+source=$(cd "$2" && pwd)
+build=$(cd "$3" && pwd)
 scripts=$(readlink -f "$4")
 shift 4
 here=$(cd "$(dirname "$0")" && pwd)
