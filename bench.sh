@@ -36,7 +36,7 @@ output=${BENCH_OUTPUT:-bench/RESULTS.md}
 scripts/install-deps.sh build bench
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVELLO_SANITIZE=OFF \
     -DTARVELLO_BUILD_TESTS=OFF -DTARVELLO_BUILD_BENCH=ON -DTARVELLO_BUILD_PYTHON=ON >/dev/null
-cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview tarvello_python bench_framecopy
+cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview tarvello_python bench_framecopy bench_waiting
 
 load1() { cut -d' ' -f1 /proc/loadavg; }
 below() { awk -v a="$1" -v b="$2" 'BEGIN { exit !(a < b) }'; }
@@ -80,6 +80,8 @@ liveview dialogs RGB3 1280x720 30 "$dialogs" | tee "$results/memory-dialogs"
 echo "bench: virtual camera"
 build-bench/bench/bench_virtualcamera 240 | tee "$results/virtualcamera"
 build-bench/bench/bench_virtualcamera 120 3840x2160 | tee "$results/virtualcamera4k"
+echo "bench: tarvello-ctl waiting for frames, $seconds s a run"
+build-bench/bench/waiting/bench_waiting "$seconds" | tee "$results/waiting"
 echo "bench: Python module, $python_rounds rounds per format"
 /usr/bin/python3 bench/python/bench_frames.py build-bench 300 "$python_rounds" | tee "$results/python"
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
@@ -174,6 +176,16 @@ generated=$results/generated.md
     echo "copy or decode alone."
     echo
     grep '^|' "$results/python"
+    echo
+    echo "### tarvello-ctl waiting for frames (virtual camera, $seconds s a run)"
+    echo
+    echo "The command as a user runs it (in the benchmark's process) against a loop that sleeps until the"
+    echo "instant each frame is ready and then does the same work (the statistics, or the recorder):"
+    echo "CPU of the whole process as a share of one core, and how often it slept or was put aside"
+    echo "(voluntary and involuntary context switches) a second. Then the time from a frame being ready"
+    echo "(its time stamp) to the command's frame stream holding it, getFrame's own work included."
+    echo
+    cat "$results/waiting"
     echo "<!-- end of generated results -->"
 } > "$generated"
 

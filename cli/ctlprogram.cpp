@@ -28,7 +28,7 @@ const char* const kExitStatuses =
     "  0  success\n"
     "  1  failure (a file or stream that could not be used)\n"
     "  2  bad input (unknown option, control or value, malformed file)\n"
-    "  3  no such camera (the selector matches none or several, or the camera went away)\n"
+    "  3  no such camera (none found, the selector matches none or several, or the camera went away)\n"
     "  4  refused (a read-only or inactive control, or the camera refused a write)\n";
 
 } // namespace

@@ -146,57 +146,91 @@ void DoctorCommand::checkVideoNode(const QString& path, const NodeAccess::User& 
         return;
     }
     const QStringList holders = ProcessHolders::of(path);
+    if (real) {
+        // What the node is comes first: a camera's metadata node, say, held
+        // by some program keeps no camera busy.
+        const FileDescriptor fd(::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+        if (!fd.isValid()) {
+            const int error = errno;
+            if (error == EBUSY)
+                add(DoctorFinding::Problem, path,
+                    "is busy" + (holders.isEmpty() ? QString() : " (" + holders.join(", ") + ")"),
+                    "Close the program that uses the camera");
+            else
+                add(DoctorFinding::Problem, path,
+                    QString("cannot be opened: %1").arg(QString::fromLocal8Bit(std::strerror(error))),
+                    error == EACCES ? "An ACL or security module denies it; install the udev rule" : "Replug the camera");
+            return;
+        }
+        v4l2_capability capability{};
+        if (::ioctl(fd.get(), VIDIOC_QUERYCAP, &capability) < 0) {
+            add(DoctorFinding::Note, path, "is not a video4linux device", "Nothing to do");
+            return;
+        }
+        const quint32 caps =
+            (capability.capabilities & V4L2_CAP_DEVICE_CAPS) ? capability.device_caps : capability.capabilities;
+        const QString card = QString::fromUtf8(reinterpret_cast<const char*>(capability.card));
+        if (!(caps & V4L2_CAP_VIDEO_CAPTURE) || !(caps & V4L2_CAP_STREAMING)) {
+            add(DoctorFinding::Note, path, QString("(%1) is not a capture node (metadata, output or multi-planar)").arg(card),
+                "Nothing to do: cameras list their capture node only");
+            return;
+        }
+        add(DoctorFinding::Ok, path, QString("(%1) is a capture node that %2 can open").arg(card, user.name));
+    }
     if (!holders.isEmpty())
         add(DoctorFinding::Note, path, "is open in " + holders.join(", "),
             "While that program streams, the camera is busy for every other one; close it first");
-    if (!real)
+}
+
+void DoctorCommand::checkSerialLine(const QString& line, const QString& owner, const NodeAccess::User& user)
+{
+    bool allowed = false;
+    checkAccess(line, user, "the serial line", &allowed);
+    if (!allowed)
         return;
-    const FileDescriptor fd(::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    if (!fd.isValid()) {
-        const int error = errno;
-        if (error == EBUSY)
-            add(DoctorFinding::Problem, path, "is busy" + (holders.isEmpty() ? QString() : " (" + holders.join(", ") + ")"),
-                "Close the program that uses the camera");
-        else
-            add(DoctorFinding::Problem, path, QString("cannot be opened: %1").arg(QString::fromLocal8Bit(std::strerror(error))),
-                error == EACCES ? "An ACL or security module denies it; install the udev rule" : "Replug the camera");
-        return;
-    }
-    v4l2_capability capability{};
-    if (::ioctl(fd.get(), VIDIOC_QUERYCAP, &capability) < 0) {
-        add(DoctorFinding::Note, path, "is not a video4linux device", "Nothing to do");
-        return;
-    }
-    const quint32 caps = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) ? capability.device_caps : capability.capabilities;
-    const QString card = QString::fromUtf8(reinterpret_cast<const char*>(capability.card));
-    if (!(caps & V4L2_CAP_VIDEO_CAPTURE) || !(caps & V4L2_CAP_STREAMING))
-        add(DoctorFinding::Note, path, QString("(%1) is not a capture node (metadata, output or multi-planar)").arg(card),
-            "Nothing to do: cameras list their capture node only");
+    const QStringList holders = ProcessHolders::of(line);
+    const QString whose = owner.isEmpty() ? QString() : QString("(the serial line of %1) ").arg(owner);
+    if (holders.isEmpty())
+        add(DoctorFinding::Ok, line, whose + "is free and " + user.name + " may open it");
     else
-        add(DoctorFinding::Ok, path, QString("(%1) is a capture node that %2 can open").arg(card, user.name));
+        add(DoctorFinding::Problem, line, whose + "is held by " + holders.join(", "),
+            "The window's console and 'tarvello-ctl serial' cannot open it while that runs; close it");
 }
 
 void DoctorCommand::checkSerialLines(const QString& devRoot, const NodeAccess::User& user, bool real)
 {
-    Q_UNUSED(real);
-    const QStringList lines = nodes(devRoot, "ttyACM*");
-    if (lines.isEmpty()) {
+    QStringList lines = nodes(devRoot, "ttyACM*");
+    bool cameraLines = false;
+    if (real) {
+        // Each of the maker's cameras brings its own line; the window opens
+        // /dev/ttyACM0 whichever camera that belongs to.
+        const QVector<CameraEntry> cameras = CameraSelector::presentCameras();
+        for (const CameraEntry& camera : cameras) {
+            if (!camera.serialLine.isEmpty()) {
+                checkSerialLine(camera.serialLine, camera.name, user);
+                lines.removeAll(camera.serialLine);
+                cameraLines = true;
+            } else if (camera.kelvane) {
+                add(DoctorFinding::Problem, camera.node, QString("(%1) has no serial line").arg(camera.name),
+                    "Load the cdc_acm driver (sudo modprobe cdc_acm) or replug the camera; the console stays empty");
+            }
+        }
+        if (!cameras.isEmpty()) {
+            const CameraEntry& first = cameras.at(CameraSelector(cameras).select(QString()));
+            if (first.kelvane && !first.serialLine.isEmpty() && first.serialLine != "/dev/ttyACM0")
+                add(DoctorFinding::Note, "/dev/ttyACM0",
+                    QString("is not the serial line of %1, the camera the window opens first (its line is %2)")
+                        .arg(first.name, first.serialLine),
+                    "The window's console shows /dev/ttyACM0; use 'tarvello-ctl serial' for the other lines");
+        }
+    }
+    if (lines.isEmpty() && !cameraLines) {
         add(DoctorFinding::Note, devRoot + "/ttyACM*", "does not exist: no USB serial line",
             "The maker's camera is not plugged in or the cdc_acm driver is not loaded; the console stays empty");
         return;
     }
-    for (const QString& line : lines) {
-        bool allowed = false;
-        checkAccess(line, user, "the serial line", &allowed);
-        if (!allowed)
-            continue;
-        const QStringList holders = ProcessHolders::of(line);
-        if (holders.isEmpty())
-            add(DoctorFinding::Ok, line, "is free and " + user.name + " may open it");
-        else
-            add(DoctorFinding::Problem, line, "is held by " + holders.join(", "),
-                "The window's console cannot open it while that runs; close it");
-    }
+    for (const QString& line : lines)
+        checkSerialLine(line, QString(), user);
 }
 
 void DoctorCommand::checkUdevRule(const QStringList& ruleDirs)

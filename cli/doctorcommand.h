@@ -18,6 +18,8 @@ public:
 private:
     void checkVideoNode(const QString& path, const NodeAccess::User& user, bool real);
     void checkSerialLines(const QString& devRoot, const NodeAccess::User& user, bool real);
+    // owner: the camera the line belongs to, when the layer says so.
+    void checkSerialLine(const QString& line, const QString& owner, const NodeAccess::User& user);
     void checkUdevRule(const QStringList& ruleDirs);
     void checkAccess(const QString& path, const NodeAccess::User& user, const QString& what, bool* allowed);
     void add(DoctorFinding::Level level, const QString& subject, const QString& text, const QString& advice = QString());

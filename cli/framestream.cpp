@@ -7,7 +7,6 @@
 #include <imageacquisition/imageacquisition.h>
 
 #include <QElapsedTimer>
-#include <QThread>
 
 #include <cerrno>
 #include <cstring>
@@ -39,6 +38,7 @@ FrameStream::FrameStream(IStreamingCamera& camera, const QString& cameraNode, do
         fail("Starting the stream", status);
     }
     m_sinceFrame.start();
+    m_sinceCheck.start();
 }
 
 FrameStream::~FrameStream()
@@ -51,8 +51,6 @@ IFrame* FrameStream::next(int timeoutMs)
 {
     QElapsedTimer waited;
     waited.start();
-    QElapsedTimer sinceCheck;
-    sinceCheck.start();
     for (;;) {
         IFrame* frame = m_camera.getFrame();
         if (frame && !frame->isEmpty()) {
@@ -61,20 +59,30 @@ IFrame* FrameStream::next(int timeoutMs)
         }
         if (frame)
             m_camera.releaseFrame(frame);
-        // An unplugged camera only gives empty frames; whether it is still
-        // listed tells that apart from a slow one.
-        if (sinceCheck.elapsed() >= patienceMs()) {
-            if (!cameraPresent())
-                throw NoSuchCamera("The camera was unplugged while streaming.");
-            if (m_sinceFrame.elapsed() >= 10 * patienceMs())
-                throw CtlError(QString("The camera has sent no frame for %1 s.").arg(m_sinceFrame.elapsed() / 1000),
-                               CtlError::kFailed);
-            sinceCheck.restart();
+        if (m_sinceCheck.elapsed() >= patienceMs()) {
+            checkAlive();
+            m_sinceCheck.restart();
         }
-        if (waited.elapsed() >= timeoutMs)
+        const qint64 left = timeoutMs - waited.elapsed();
+        if (left <= 0)
             return nullptr;
-        QThread::usleep(1000);
+        const int status = m_camera.waitForFrame(int(qMin<qint64>(left, patienceMs() - m_sinceCheck.elapsed())));
+        if (status == -ENODEV)
+            throw NoSuchCamera("The camera was unplugged while streaming.");
+        if (status < 0)
+            fail("Waiting for a frame", status);
     }
+}
+
+void FrameStream::checkAlive()
+{
+    // A layer that cannot tell an unplug from a slow camera only gives
+    // empty frames; whether the camera is still listed tells them apart.
+    if (!cameraPresent())
+        throw NoSuchCamera("The camera was unplugged while streaming.");
+    if (m_sinceFrame.elapsed() >= 10 * patienceMs())
+        throw CtlError(QString("The camera has sent no frame for %1 s.").arg(m_sinceFrame.elapsed() / 1000),
+                       CtlError::kFailed);
 }
 
 int FrameStream::patienceMs() const

@@ -9,8 +9,9 @@ class IStreamingCamera;
 }
 
 // A running stream, stopped and its buffers released however the command
-// ends. Frames with a picture are handed out one at a time; the layer
-// never blocks, so waiting is done here.
+// ends. Frames with a picture are handed out one at a time; between them
+// the command sleeps in the layer's waitForFrame, which also tells at once
+// when the camera is unplugged.
 class FrameStream
 {
 public:
@@ -27,13 +28,22 @@ public:
     ImageAcquisition::IFrame* next(int timeoutMs);
     // How long to wait for one frame before asking whether the camera is gone.
     int patienceMs() const;
+    // Frames in a row that a command may find unusable (undecodable, cut
+    // short) before it gives up: a camera or driver that sends only those
+    // would otherwise keep it streaming for ever, saving nothing.
+    static constexpr int kMaxUnusableInARow = 20;
     void release(ImageAcquisition::IFrame* frame);
 
 private:
     bool cameraPresent() const;
+    // Throws when the camera has gone or has been silent far too long.
+    void checkAlive();
 
     ImageAcquisition::IStreamingCamera& m_camera;
     QString m_node;
     double m_rate;
     QElapsedTimer m_sinceFrame;
+    // Across calls: a caller that asks with short timeouts must not keep
+    // the check from ever coming due.
+    QElapsedTimer m_sinceCheck;
 };

@@ -82,6 +82,7 @@ int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     clock.start();
     int saved = 0;
     int unreadable = 0;
+    int unreadableInARow = 0;
     const QString suffix = suffixFor(type, format);
     while ((count == 0 || saved < count) && (duration <= 0 || clock.elapsed() < duration * 1000.0)) {
         IFrame* frame = nullptr;
@@ -107,8 +108,16 @@ int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
             if (image.isNull()) {
                 ++unreadable;
                 stream.release(frame);
+                if (++unreadableInARow >= FrameStream::kMaxUnusableInARow)
+                    throw CtlError(QString("Gave up after %1 frames in a row that could not be decoded as %2 (%3 "
+                                           "saved before). '--type raw' keeps frames as the camera sends them.")
+                                       .arg(unreadableInARow)
+                                       .arg(format.text())
+                                       .arg(saved),
+                                   CtlError::kFailed);
                 continue;
             }
+            unreadableInARow = 0;
             written = image.save(path, type == "png" ? "PNG" : "JPEG");
         }
         const IFrame::TimeStamp stamp = frame->getTimeStamp();

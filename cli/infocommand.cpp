@@ -5,6 +5,7 @@
 
 #include <ctlerror.h>
 #include <deviceproperties.h>
+#include <layertext.h>
 #include <opencamera.h>
 
 #include <imageacquisition/imageacquisition.h>
@@ -23,7 +24,10 @@ int InfoCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     const ImageAcquisition::IDevice* described = open.camera().getDevice();
     if (!described)
         throw CtlError(QString("%1 does not describe itself.").arg(open.entry().name), CtlError::kFailed);
-    const QVector<DeviceProperties::Property> properties = DeviceProperties::of(*described);
+    QVector<DeviceProperties::Property> properties = DeviceProperties::of(*described);
+    // Not a row of the window's info dialog, which always opens
+    // /dev/ttyACM0: the line this camera brought with it.
+    properties.append({"Serial Line", layerText(described->getSerialLine())});
     if (json(parser)) {
         QJsonObject object{{"index", open.entry().index}};
         for (const auto& property : properties)

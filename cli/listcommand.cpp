@@ -4,6 +4,7 @@
 #include "texttable.h"
 
 #include <cameraselector.h>
+#include <ctlerror.h>
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -11,7 +12,10 @@
 using namespace Tarvello;
 
 QString ListCommand::name() const { return "list"; }
-QString ListCommand::summary() const { return "List the cameras present."; }
+QString ListCommand::summary() const
+{
+    return "List the cameras present. Exits with 3 (no such camera) when there is none.";
+}
 void ListCommand::setUp(QCommandLineParser&) const {}
 
 int ListCommand::run(const QCommandLineParser& parser, CommandOutput& output)
@@ -24,19 +28,24 @@ int ListCommand::run(const QCommandLineParser& parser, CommandOutput& output)
         for (const CameraEntry& c : cameras)
             list.append(QJsonObject{{"index", c.index}, {"node", c.node}, {"name", c.name}, {"serial", c.serial},
                                     {"vendor_id", c.vendorId}, {"product_id", c.productId}, {"bus_info", c.busInfo},
-                                    {"kelvane", c.kelvane}, {"default", c.index == preferred}});
+                                    {"serial_line", c.serialLine}, {"kelvane", c.kelvane},
+                                    {"default", c.index == preferred}});
         output.printJson(list);
-        return 0;
-    }
-    if (cameras.isEmpty()) {
+    } else if (cameras.isEmpty()) {
         output.err() << "No camera found. 'tarvello-ctl doctor' explains why.\n";
-        return 0;
     }
-    TextTable table({"#", "NODE", "NAME", "SERIAL", "USB ID", "BUS", "KELVANE"});
+    // The same status as every command that finds no camera, so that a
+    // script can tell "none" from "some" without parsing the listing.
+    if (cameras.isEmpty())
+        return CtlError::kNoSuchCamera;
+    if (json(parser))
+        return 0;
+    TextTable table({"#", "NODE", "NAME", "SERIAL", "USB ID", "BUS", "SERIAL LINE", "KELVANE"});
     for (const CameraEntry& c : cameras) {
         const QString usb = c.vendorId.isEmpty() && c.productId.isEmpty() ? "-" : c.vendorId + ":" + c.productId;
         table.addRow({QString::number(c.index) + (c.index == preferred ? "*" : ""), c.node, c.name,
-                      c.serial.isEmpty() ? "-" : c.serial, usb, c.busInfo, c.kelvane ? "yes" : "no"});
+                      c.serial.isEmpty() ? "-" : c.serial, usb, c.busInfo,
+                      c.serialLine.isEmpty() ? "-" : c.serialLine, c.kelvane ? "yes" : "no"});
     }
     table.print(output.out());
     return 0;

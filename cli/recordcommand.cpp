@@ -6,6 +6,7 @@
 #include "videorecorder.h"
 
 #include <badinput.h>
+#include <ctlerror.h>
 #include <nosuchcamera.h>
 #include <opencamera.h>
 
@@ -49,6 +50,7 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     VideoRecorder recorder(path, format);
     int recorded = 0;
     int skipped = 0;
+    int skippedInARow = 0;
     {
         FrameStream stream(open.camera(), open.entry().node, format.nominalRate());
         QElapsedTimer clock;
@@ -74,10 +76,21 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
                 throw;
             }
             stream.release(frame);
-            if (stored)
+            if (stored) {
                 ++recorded;
-            else
+                skippedInARow = 0;
+            } else {
                 ++skipped;
+                if (++skippedInARow >= FrameStream::kMaxUnusableInARow) {
+                    recorder.finish();
+                    throw CtlError(QString("Gave up after %1 frames in a row shorter than %2 needs; %3 holds the %4 "
+                                           "frames recorded before.")
+                                       .arg(skippedInARow)
+                                       .arg(format.text(), path)
+                                       .arg(recorded),
+                                   CtlError::kFailed);
+                }
+            }
         }
     }
     recorder.finish();

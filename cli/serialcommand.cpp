@@ -2,21 +2,26 @@
 
 #include "commandoutput.h"
 #include "processholders.h"
+#include "serialline.h"
 
 #include <badinput.h>
 #include <cameraselector.h>
 #include <ctlerror.h>
+#include <nosuchcamera.h>
 #include <refused.h>
 
 #include <QDateTime>
 #include <QElapsedTimer>
-#include <QSerialPort>
+
+#include <optional>
 
 using namespace Tarvello;
 
 namespace {
 
-const char* const kDefaultPort = "/dev/ttyACM0";
+// Listing the cameras opens every video node, so a quiet line is not
+// checked more often than this.
+constexpr int kPresenceCheckMs = 2000;
 
 // A camera may send a NUL; what follows it on that line is not text.
 QString lineText(const QByteArray& line)
@@ -25,19 +30,33 @@ QString lineText(const QByteArray& line)
     return QString::fromUtf8(line.constData(), end < 0 ? line.size() : end).remove('\r');
 }
 
+QString stamped(const QString& text)
+{
+    return QDateTime::currentDateTime().toString("yyyy-MM-dd HH:mm:ss.zzz") + "  " + text + '\n';
+}
+
+bool isListed(const CameraEntry& camera)
+{
+    for (const CameraEntry& present : CameraSelector::presentCameras()) {
+        if (present.node == camera.node && present.serial == camera.serial)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 QString SerialCommand::name() const { return "serial"; }
 QString SerialCommand::summary() const
 {
-    return "Print what the maker's camera sends on its USB serial line (115200 8N1), each line with the time "
-           "it came; --send sends one line first.";
+    return "Print what the maker's camera sends on its own USB serial line (115200 8N1), each line with the "
+           "time it came; --send sends one line first.";
 }
 
 void SerialCommand::setUp(QCommandLineParser& parser) const
 {
-    parser.addOption({"port", QString("The serial line (default %1).").arg(kDefaultPort), "path", kDefaultPort});
-    parser.addOption({"send", "A line to send (a carriage return is added).", "text"});
+    parser.addOption({"port", "The serial line (default: the camera's own, as 'list' shows it).", "path"});
+    parser.addOption({"send", "A line to send (on a line of its own: carriage returns before and after).", "text"});
     parser.addOption({"duration", "Seconds to listen (default: until interrupted; 2 with --send).", "seconds"});
 }
 
@@ -48,55 +67,59 @@ int SerialCommand::run(const QCommandLineParser& parser, CommandOutput& output)
                                                      : (parser.isSet("send") ? 2.0 : 0.0);
     if (!ok || duration < 0)
         throw BadInput("--duration takes a number of seconds.");
-    // The maker's camera brings its serial line with it; listing the
-    // cameras first makes sure it has been found (and, for a virtual one,
-    // linked where the window looks for it).
-    const QVector<CameraEntry> cameras = CameraSelector::presentCameras();
-    if (!device(parser).isEmpty() || !cameras.isEmpty()) {
-        const CameraEntry& camera = cameras.at(CameraSelector(cameras).select(device(parser)));
-        if (!camera.kelvane)
-            output.err() << "Note: " << camera.name << " is not one of the maker's cameras; it may have no serial line.\n";
+    // The camera's own line, unless one is named; a camera that goes away
+    // while its line is quiet is noticed by looking whether it is listed.
+    std::optional<CameraEntry> camera;
+    if (!parser.isSet("port") || !device(parser).isEmpty()) {
+        const QVector<CameraEntry> cameras = CameraSelector::presentCameras();
+        camera = cameras.at(CameraSelector(cameras).select(device(parser)));
+        if (!camera->kelvane)
+            output.err() << "Note: " << camera->name << " is not one of the maker's cameras; it may have no serial line.\n";
     }
+    const QString port = parser.isSet("port") ? parser.value("port") : camera->serialLine;
+    if (port.isEmpty())
+        throw CtlError(QString("%1 has no serial line that the camera layer knows of; name one with --port.")
+                           .arg(camera->name),
+                       CtlError::kFailed);
 
-    const QString port = parser.value("port");
     const QStringList holders = ProcessHolders::of(port);
     if (!holders.isEmpty())
         throw Refused(QString("%1 is held by %2; close it first.").arg(port, holders.join(", ")));
-    QSerialPort serial;
-    serial.setPortName(port);
-    serial.setBaudRate(QSerialPort::Baud115200);
-    serial.setDataBits(QSerialPort::Data8);
-    serial.setParity(QSerialPort::NoParity);
-    serial.setStopBits(QSerialPort::OneStop);
-    serial.setFlowControl(QSerialPort::NoFlowControl);
-    if (!serial.open(QIODevice::ReadWrite))
-        throw CtlError(QString("Cannot open %1: %2. 'tarvello-ctl doctor' may tell why.").arg(port, serial.errorString()),
-                       serial.error() == QSerialPort::PermissionError ? CtlError::kRefused : CtlError::kFailed);
-    if (parser.isSet("send")) {
-        serial.write(parser.value("send").toUtf8() + "\r");
-        serial.waitForBytesWritten(1000);
-    }
+    SerialLine serial(port);
+    const auto gone = [&] {
+        return NoSuchCamera(QString("The camera was unplugged while streaming. %1 went away.").arg(port));
+    };
+    if (parser.isSet("send") && !serial.sendLine(parser.value("send").toUtf8()))
+        throw CtlError(QString("%1 did not take the line to send.").arg(port), CtlError::kFailed);
 
     QElapsedTimer clock;
     clock.start();
+    QElapsedTimer quiet;
+    quiet.start();
     QByteArray pending;
     while (duration <= 0 || clock.elapsed() < duration * 1000.0) {
-        if (!serial.waitForReadyRead(100)) {
-            if (serial.error() == QSerialPort::ResourceError)
-                throw CtlError(QString("%1 went away: the camera was unplugged.").arg(port), CtlError::kNoSuchCamera);
+        const SerialLine::Status status = serial.read(pending, 100);
+        if (status == SerialLine::Status::Gone)
+            throw gone();
+        if (status == SerialLine::Status::Timeout) {
+            if (camera && quiet.elapsed() >= kPresenceCheckMs) {
+                if (!isListed(*camera))
+                    throw gone();
+                quiet.restart();
+            }
             continue;
         }
-        pending += serial.readAll();
+        quiet.restart();
         int end;
         while ((end = pending.indexOf('\n')) >= 0) {
             const QString text = lineText(pending.left(end));
             pending.remove(0, end + 1);
             if (!text.trimmed().isEmpty())
-                output.out() << QDateTime::currentDateTime().toString("yyyy-MM-dd HH:mm:ss.zzz") << "  " << text << '\n';
+                output.out() << stamped(text);
         }
         output.out().flush();
     }
     if (!lineText(pending).trimmed().isEmpty())
-        output.out() << QDateTime::currentDateTime().toString("yyyy-MM-dd HH:mm:ss.zzz") << "  " << lineText(pending) << '\n';
+        output.out() << stamped(lineText(pending));
     return 0;
 }

@@ -16,6 +16,7 @@ CameraEntry CameraEntry::from(const ImageAcquisition::IDevice& device, int index
     entry.vendorId = layerText(device.getVendorId());
     entry.productId = layerText(device.getProductId());
     entry.busInfo = layerText(device.getBusInfo());
+    entry.serialLine = layerText(device.getSerialLine());
     entry.kelvane = device.isKelvaneDevice();
     return entry;
 }

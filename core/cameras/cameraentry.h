@@ -19,6 +19,9 @@ struct CameraEntry
     QString vendorId;
     QString productId;
     QString busInfo;
+    // The camera's own serial line (such as /dev/ttyACM1); empty when it has
+    // none or the layer cannot tell.
+    QString serialLine;
     bool kelvane = false;
 
     static CameraEntry from(const ImageAcquisition::IDevice& device, int index);

@@ -1,10 +1,14 @@
 #include "sysfsreader.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <dirent.h>
 #include <fstream>
+#include <memory>
 #include <sys/stat.h>
 #include <utility>
+#include <vector>
 
 namespace ImageAcquisition {
 
@@ -35,6 +39,20 @@ bool isBcdDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+std::vector<std::string> entries(const std::string& directory)
+{
+    std::vector<std::string> names;
+    std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(directory.c_str()), ::closedir);
+    if (!dir)
+        return names;
+    while (const dirent* entry = ::readdir(dir.get())) {
+        if (entry->d_name[0] != '.')
+            names.emplace_back(entry->d_name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 } // namespace
 
 SysfsReader::SysfsReader(std::string root) : m_root(std::move(root)) {}
@@ -58,6 +76,7 @@ UsbInfo SysfsReader::usbInfo(const std::string& nodeName) const
             info.manufacturer = readAttribute(directory, "manufacturer");
             info.serial = readAttribute(directory, "serial");
             info.firmwareVersion = formatBcdVersion(readAttribute(directory, "bcdDevice"));
+            info.sysfsPath = directory;
             break;
         }
         directory = parentDirectory(directory);
@@ -77,6 +96,20 @@ std::string SysfsReader::formatBcdVersion(const std::string& bcd)
     if (major[0] == '0')
         major.erase(0, 1);
     return major + "." + bcd.substr(2, 2);
+}
+
+std::string SysfsReader::serialLine(const std::string& usbDevicePath)
+{
+    if (usbDevicePath.empty())
+        return std::string();
+    // Interfaces are the sub-folders named "<bus>-<port>:<config>.<number>".
+    for (const std::string& interface : entries(usbDevicePath)) {
+        if (interface.find(':') == std::string::npos)
+            continue;
+        for (const std::string& tty : entries(usbDevicePath + "/" + interface + "/tty"))
+            return "/dev/" + tty;
+    }
+    return std::string();
 }
 
 std::string SysfsReader::readAttribute(const std::string& directory, const char* name) const

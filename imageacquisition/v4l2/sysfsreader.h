@@ -20,6 +20,13 @@ public:
     // digits comes back unchanged.
     static std::string formatBcdVersion(const std::string& bcd);
 
+    // The device node of the serial line that a USB device (its folder in
+    // sysfs, as usbInfo() found it) brings along, such as "/dev/ttyACM1":
+    // cdc_acm hangs it below one of the device's interfaces, beside the
+    // interface that holds the video node. Empty when there is none (yet:
+    // the serial function may bind a moment after the camera's).
+    static std::string serialLine(const std::string& usbDevicePath);
+
 private:
     std::string readAttribute(const std::string& directory, const char* name) const;
 

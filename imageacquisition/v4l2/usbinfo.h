@@ -13,6 +13,7 @@ struct UsbInfo
     std::string manufacturer;
     std::string serial;
     std::string firmwareVersion; // bcdDevice as "major.minor", e.g. "1.02"
+    std::string sysfsPath;       // the USB device's folder in sysfs
 };
 
 } // namespace ImageAcquisition

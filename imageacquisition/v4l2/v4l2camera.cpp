@@ -1,10 +1,12 @@
 #include "v4l2camera.h"
 
+#include "kelvanecontrolmapping.h"
 #include "v4l2controlreader.h"
 #include "v4l2formatreader.h"
 
 #include <linux/videodev2.h>
 
+#include <cstdio>
 #include <cstring>
 
 namespace ImageAcquisition {
@@ -22,6 +24,15 @@ std::unique_ptr<V4l2Camera> V4l2Camera::open(const V4l2Device& device)
         || ::strncmp(reinterpret_cast<const char*>(capability.bus_info), device.getBusInfo(),
                      sizeof capability.bus_info) != 0)
         return nullptr;
+    // Before the controls are read, or the maker's would be missing. Only
+    // uvcvideo knows this request; another driver might read its code as
+    // one of its own.
+    if (device.isKelvaneDevice() && std::strcmp(device.getDriver(), "uvcvideo") == 0) {
+        const std::string failures = KelvaneControlMapping::mapAll(handle->fd());
+        if (!failures.empty())
+            std::fprintf(stderr, "imageacquisition: %s (%s, serial %s): the maker's controls are left out: %s\n",
+                         device.getName(), device.path().c_str(), device.getSerial(), failures.c_str());
+    }
     return std::unique_ptr<V4l2Camera>(new V4l2Camera(device, std::move(handle)));
 }
 
@@ -199,6 +210,11 @@ void V4l2Camera::releaseFrame(IFrame* frame)
 int V4l2Camera::stopStreaming()
 {
     return m_stream.stop();
+}
+
+int V4l2Camera::waitForFrame(int timeoutMs)
+{
+    return m_stream.wait(timeoutMs);
 }
 
 int V4l2Camera::releaseBuffers()

@@ -43,6 +43,7 @@ public:
     void releaseFrame(IFrame* frame) override;
     int stopStreaming() override;
     int releaseBuffers() override;
+    int waitForFrame(int timeoutMs) override;
 
 private:
     V4l2Camera(const V4l2Device& device, std::unique_ptr<V4l2Handle> handle);

@@ -107,6 +107,12 @@ bool V4l2Device::supportsVideoCapture() const
     return m_capabilities & V4L2_CAP_VIDEO_CAPTURE;
 }
 
+const char* V4l2Device::getSerialLine() const
+{
+    m_serialLine = SysfsReader::serialLine(m_usb.sysfsPath);
+    return m_serialLine.c_str();
+}
+
 bool V4l2Device::isKelvaneDevice() const
 {
     if (m_usb.vendorId.empty())

@@ -51,6 +51,8 @@ public:
     bool supportsStreaming() const override;
     bool supportsVideoCapture() const override;
     bool isKelvaneDevice() const override;
+    // Looked up at each call: the serial function binds on its own schedule.
+    const char* getSerialLine() const override;
 
     const std::string& path() const { return m_path; }
 
@@ -62,6 +64,7 @@ private:
     std::string m_driverVersion;
     std::uint32_t m_capabilities = 0;
     UsbInfo m_usb;
+    mutable std::string m_serialLine;
 };
 
 } // namespace ImageAcquisition

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 
 namespace ImageAcquisition {
@@ -27,7 +28,9 @@ public:
 
 private:
     int m_fd = -1;
-    mutable bool m_gone = false;
+    // Atomic: waitForFrame may look while another thread's control call
+    // finds the device gone.
+    mutable std::atomic<bool> m_gone{false};
 };
 
 } // namespace ImageAcquisition

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 
 namespace ImageAcquisition {
@@ -162,13 +163,49 @@ bool V4l2Stream::isFrameReady() const
         return false;
     if (ready.revents & POLLIN)
         return true;
-    if (ready.revents & POLLHUP) {
-        // An unregistered (unplugged) device hangs up; a harmless request
-        // confirms it, and the handle then answers -ENODEV to everything.
-        v4l2_capability capability{};
-        m_device.ioctl(VIDIOC_QUERYCAP, &capability);
-    }
+    if (ready.revents & POLLHUP)
+        confirmGone();
     return false;
+}
+
+bool V4l2Stream::confirmGone() const
+{
+    // An unregistered (unplugged) device hangs up; a harmless request
+    // confirms it, and the handle then answers -ENODEV to everything.
+    v4l2_capability capability{};
+    m_device.ioctl(VIDIOC_QUERYCAP, &capability);
+    return m_device.isGone();
+}
+
+int V4l2Stream::wait(int timeoutMs)
+{
+    if (m_device.isGone())
+        return -ENODEV;
+    if (!m_streaming)
+        return -EINVAL;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(0, timeoutMs));
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd ready{m_device.fd(), POLLIN, 0};
+        const int result = ::poll(&ready, 1, static_cast<int>(std::max<long long>(0, left.count())));
+        if (result < 0 && errno == EINTR)
+            continue;
+        if (result < 0)
+            return -errno;
+        if (result == 0)
+            return 0;
+        if (ready.revents & POLLIN)
+            return 1;
+        if (ready.revents & POLLNVAL)
+            return -EBADF;
+        // uvcvideo reports an unplug as POLLERR | POLLHUP; an error of the
+        // queue alone (POLLERR) leaves the device there but the stream dead.
+        if (ready.revents & (POLLHUP | POLLERR))
+            return confirmGone() ? -ENODEV : -EIO;
+        if (left.count() <= 0)
+            return 0;
+    }
 }
 
 void V4l2Stream::giveBack(IFrame* frame)

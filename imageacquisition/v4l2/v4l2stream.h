@@ -30,6 +30,9 @@ public:
     // Never blocks, never null: the empty frame when nothing new is ready.
     IFrame* next();
     void giveBack(IFrame* frame);
+    // 1 when a filled buffer waits, 0 after timeoutMs, -ENODEV once the
+    // device is gone, -EINVAL when not streaming, -EIO on a stream error.
+    int wait(int timeoutMs);
 
     bool hasBuffers() const { return !m_frames.empty(); }
     bool isStreaming() const { return m_streaming; }
@@ -37,6 +40,8 @@ public:
 private:
     int queue(V4l2Frame& frame);
     bool isFrameReady() const;
+    // After POLLHUP or POLLERR: whether the device went away.
+    bool confirmGone() const;
     V4l2Frame* find(const IFrame* frame) const;
 
     const V4l2Handle& m_device;

@@ -26,5 +26,13 @@ std::string serialLinePath(int index)
     return unit ? unit->serialLinePath() : std::string();
 }
 
+bool damageFrames(int index, int count)
+{
+    auto unit = VirtualRegistry::instance().unit(index);
+    if (unit)
+        unit->damageFrames(count);
+    return unit != nullptr;
+}
+
 } // namespace VirtualCameras
 } // namespace ImageAcquisition

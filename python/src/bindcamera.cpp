@@ -188,6 +188,8 @@ void bindCamera(py::module_& module)
                                "Serial number; may be empty.")
         .def_property_readonly("bus_info", [](const CameraInfo& i) { return i.entry.busInfo.toStdString(); },
                                "Bus info (the USB port path).")
+        .def_property_readonly("serial_line", [](const CameraInfo& i) { return i.entry.serialLine.toStdString(); },
+                               "The camera's own serial line, such as /dev/ttyACM1; empty when it has none.")
         .def_property_readonly("vendor_id", [](const CameraInfo& i) { return i.entry.vendorId.toStdString(); },
                                "USB vendor id as four hex digits.")
         .def_property_readonly("product_id", [](const CameraInfo& i) { return i.entry.productId.toStdString(); },

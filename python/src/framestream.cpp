@@ -21,14 +21,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Once a frame is overdue, the layer is looked at this often per frame
-// period: a late frame waits at most an eighth of a period to be seen.
-constexpr int kPollsPerPeriod = 8;
-constexpr auto kShortestPoll = std::chrono::milliseconds(1);
-constexpr auto kLongestPoll = std::chrono::milliseconds(10);
-// Woken this much after the due time, the frame is there on the first look.
-constexpr auto kDueSlack = std::chrono::microseconds(200);
-
 std::string errnoText(int result)
 {
     return std::strerror(result < 0 ? -result : result);
@@ -49,12 +41,6 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
         const std::lock_guard<std::mutex> lock(m_camera->mutex());
         IStreamingCamera& cam = m_camera->camera();
         m_layout = Tarvello::FrameLayout::current(cam);
-        IPixelFormat* format = cam.getFormat(cam.getCurrentFormatIndex());
-        IResolution* resolution = format ? format->getResolution(cam.getCurrentResolutionIndex()) : nullptr;
-        IFrameInterval* interval = resolution ? resolution->getFrameInterval(cam.getCurrentFrameIntervalIndex()) : nullptr;
-        if (interval && interval->getNumerator() > 0 && interval->getDenominator() > 0)
-            m_period = std::chrono::duration_cast<Clock::duration>(
-                std::chrono::duration<double>(double(interval->getNumerator()) / interval->getDenominator()));
     }
     m_arrays = std::make_unique<FrameArrays>(m_layout, decode);
 
@@ -110,21 +96,16 @@ void FrameStream::stop()
     m_camera->releaseStream();
 }
 
-Clock::duration FrameStream::pollPeriod() const
-{
-    const Clock::duration poll = m_period / kPollsPerPeriod;
-    if (poll < kShortestPoll)
-        return kShortestPoll;
-    if (poll > kLongestPoll)
-        return kLongestPoll;
-    return poll;
-}
-
 void FrameStream::pause(Clock::duration limit)
 {
-    const Clock::time_point now = Clock::now();
-    const Clock::duration wait = m_nextDue > now ? m_nextDue - now + kDueSlack : pollPeriod();
-    m_events->waitFor(std::min(limit, wait));
+    // Without the camera's lock: the wait touches only the stream, which
+    // this thread alone drives, and another thread's control calls must
+    // not wait for a frame. Rounded up, so that a wait never comes back at
+    // once before its limit and the caller spins.
+    const long long ms = std::chrono::ceil<std::chrono::milliseconds>(limit).count();
+    const int status = m_camera->camera().waitForFrame(int(std::clamp<long long>(ms, 1, 1000)));
+    if (status == -ENODEV)
+        m_gone = true;
 }
 
 void FrameStream::throwIfGone()
@@ -158,11 +139,6 @@ bool FrameStream::tryTake(FrameArrays::Destination& destination, Frame& frame)
     frame.number = taken->getFrameNumber();
     const IFrame::TimeStamp stamp = taken->getTimeStamp();
     frame.timestamp = double(stamp.seconds) + double(stamp.microseconds) / 1e6;
-    // Time stamps are on the monotonic clock, as steady_clock is; one on
-    // another clock is kept from sending the wait far off by the clamp.
-    const Clock::time_point stamped{std::chrono::seconds(stamp.seconds) + std::chrono::microseconds(stamp.microseconds)};
-    const Clock::time_point now = Clock::now();
-    m_nextDue = std::clamp(stamped + m_period, now, now + m_period);
     m_arrays->fill(taken->getData(), size_t(taken->getSize()), destination);
     cam.releaseFrame(taken);
     return true;

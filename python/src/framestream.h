@@ -15,10 +15,9 @@ class PyCamera;
 
 // A running stream of one camera, from construction until close() (or
 // destruction). next() waits for the layer's next frame without the GIL
-// and without spinning: the layer's getFrame never blocks, so the wait
-// sleeps until the next frame is due by the last one's time stamp and the
-// frame period, then looks at short intervals. It sleeps on the hot-plug
-// watcher, which also wakes it at once when a camera goes away.
+// and without spinning: it sleeps in the layer's waitForFrame, which wakes
+// it when a frame is ready and at once when the camera is unplugged. The
+// hot-plug watcher is the fall-back for a layer whose wait cannot tell.
 class FrameStream
 {
 public:
@@ -47,7 +46,6 @@ private:
     bool tryTake(FrameArrays::Destination& destination, Frame& frame);
     void throwIfGone();
     void stop();
-    std::chrono::steady_clock::duration pollPeriod() const;
     void pause(std::chrono::steady_clock::duration limit);
 
     std::shared_ptr<PyCamera> m_camera;
@@ -55,8 +53,6 @@ private:
     std::unique_ptr<FrameArrays> m_arrays;
     std::unique_ptr<CameraEvents> m_events;
     std::chrono::steady_clock::duration m_timeout;
-    std::chrono::steady_clock::duration m_period{std::chrono::milliseconds(33)};
-    std::chrono::steady_clock::time_point m_nextDue{};
     unsigned long long m_removalsSeen = 0;
     bool m_open = false;
     bool m_gone = false;

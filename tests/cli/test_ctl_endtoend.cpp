@@ -22,11 +22,12 @@ struct Result
     QString err;
 };
 
-Result run(const QString& program, const QStringList& arguments, const QByteArray& input = QByteArray())
+Result run(const QString& program, const QStringList& arguments, const QByteArray& input = QByteArray(),
+           const QString& virtualCameras = "2")
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", "2");
+    environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", virtualCameras);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
     process.write(input);
@@ -108,7 +109,16 @@ private slots:
         QVERIFY(cameras.size() >= 2);
         const QJsonObject second = cameras.last().toObject();
         QCOMPARE(second["serial"].toString(), QString("KVV-000002"));
+        QVERIFY(second["serial_line"].toString().startsWith("/dev/pts/"));
         QVERIFY(ctl({"list"}).out.contains("platform:virtual-camera-2"));
+        // No camera at all is "no such camera" for list as for every command.
+        const Result none = run(TARVELLO_CTL, {"list", "--json"}, QByteArray(), "0");
+        if (json(none).toArray().isEmpty()) {
+            CHECK_RUN(none, 3);
+            const Result text = run(TARVELLO_CTL, {"list"}, QByteArray(), "0");
+            CHECK_RUN(text, 3);
+            QVERIFY(text.err.contains("No camera found"));
+        }
 
         const QString index = QString::number(second["index"].toInt());
         for (const QString& selector : {index, QString("virtual2"), QString("KVV-000002"),
@@ -311,6 +321,25 @@ private slots:
         CHECK_RUN(missing, 1);
         QVERIFY(missing.err.contains("Cannot open /nonexistent/tty"));
         CHECK_RUN(ctl({"serial", "--duration", "later"}), 2);
+    }
+
+    void linkOfAKilledVirtualCameraIsRemovedByTheNextProgram()
+    {
+        const QFileInfo path("/dev/ttyACM0");
+        if (path.exists() || path.isSymLink() || ::access("/dev", W_OK) != 0)
+            QSKIP("needs /dev/ttyACM0 free and /dev writable (root), where a virtual camera links its line");
+        QProcess holder;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("IMAGEACQUISITION_VIRTUAL_CAMERAS", "1");
+        holder.setProcessEnvironment(environment);
+        holder.start(TARVELLO_CTL, {"serial", "--duration", "60"});
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo("/dev/ttyACM0").isSymLink(), 10000);
+        holder.kill(); // SIGKILL: no chance to clean up
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(QFileInfo("/dev/ttyACM0").isSymLink());
+        // Any program of the layer, with no virtual camera of its own.
+        run(TARVELLO_CTL, {"list"}, QByteArray(), "0");
+        QVERIFY(!QFileInfo("/dev/ttyACM0").isSymLink() && !QFile::exists("/dev/.ttyACM0.owner"));
     }
 };
 

@@ -1,5 +1,6 @@
 // tarvello-ctl's streaming commands run in this process, so that a virtual
 // camera can be unplugged under them, and the stream arithmetic of stats.
+#include <cameraselector.h>
 #include <commandoutput.h>
 #include <ctlprogram.h>
 #include <frameimage.h>
@@ -10,6 +11,7 @@
 #include <imageacquisition/virtualcameras.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
@@ -17,6 +19,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <functional>
 #include <chrono>
 #include <thread>
 
@@ -29,14 +32,14 @@ struct Run
     QString err;
 };
 
-// Runs the command while another thread waits for the first file the
-// command writes, then unplugs the camera: the unplug lands mid-stream
-// however slow the machine is.
-Run runAndUnplugOnceWritten(const QStringList& arguments, const QString& firstFile)
+// Runs the command while another thread waits until ready() says the
+// command is under way, then unplugs the camera: the unplug lands
+// mid-stream however slow the machine is.
+Run runAndUnplugWhen(const QStringList& arguments, const std::function<bool()>& ready)
 {
     std::atomic<bool> done{false};
     std::thread unplugger([&] {
-        while (!done && !QFile::exists(firstFile))
+        while (!done && !ready())
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         if (!done)
@@ -50,6 +53,33 @@ Run runAndUnplugOnceWritten(const QStringList& arguments, const QString& firstFi
     done = true;
     unplugger.join();
     return run;
+}
+
+Run runAndUnplugOnceWritten(const QStringList& arguments, const QString& firstFile)
+{
+    return runAndUnplugWhen(arguments, [firstFile] { return QFile::exists(firstFile); });
+}
+
+Run runAndUnplugAfter(const QStringList& arguments, int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    return runAndUnplugWhen(arguments, [clock, milliseconds] { return clock.elapsed() >= milliseconds; });
+}
+
+Run runCommand(const QStringList& arguments)
+{
+    Run run{0, QString(), QString()};
+    CommandOutput output(&run.out, &run.err);
+    run.status = CtlProgram().run(QStringList{"tarvello-ctl"} + arguments, output);
+    output.out().flush();
+    return run;
+}
+
+// The camera the streaming cases unplug: the last one listed.
+QString lastSerial()
+{
+    return Tarvello::CameraSelector::presentCameras().last().serial;
 }
 
 } // namespace
@@ -132,24 +162,52 @@ private slots:
     void serialShowsWhatTheCameraSaysAndSends()
     {
         // The camera's own pseudo-terminal, wherever /dev/ttyACM0 points.
-        const QString line = QString::fromStdString(
-            ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
-        if (line.isEmpty())
+        if (ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1).empty())
             QSKIP("the virtual camera got no pseudo-terminal here");
-        Run run{0, QString(), QString()};
-        CommandOutput output(&run.out, &run.err);
-        run.status = CtlProgram().run({"tarvello-ctl", "serial", "-d", "virtual", "--port", line, "--send", "help",
-                                       "--duration", "1.5"},
-                                      output);
-        // Several virtual cameras match "virtual": refused before the line is touched.
-        QCOMPARE(run.status, 3);
-        run.out.clear();
-        run.status = CtlProgram().run({"tarvello-ctl", "serial", "--port", line, "--send", "help", "--duration", "1.5"},
-                                      output);
-        output.out().flush();
-        QCOMPARE(run.status, 0);
+        // Several virtual cameras match "virtual": refused before any line is touched.
+        QCOMPARE(runCommand({"serial", "-d", "virtual", "--send", "help", "--duration", "1.5"}).status, 3);
+        // Sent on a line of its own right after the open, and answered at once.
+        const Run run = runCommand({"serial", "-d", lastSerial(), "--send", "help", "--duration", "1.5"});
+        QVERIFY2(run.status == 0, qPrintable(run.err));
         QVERIFY2(run.out.contains("commands: status") && run.out.contains("Ready."), qPrintable(run.out));
         QVERIFY(QRegularExpression("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}  ").match(run.out).hasMatch());
+    }
+
+    void statsAndSerialReportAnUnplug()
+    {
+        const Run stats = runAndUnplugAfter({"stats", "-d", lastSerial(), "--watch", "--format", "MJPG", "--size",
+                                             "320x240"},
+                                            600);
+        QCOMPARE(stats.status, 3);
+        QVERIFY2(stats.err.contains("unplugged while streaming"), qPrintable(stats.err));
+        QVERIFY2(stats.out.contains("delivered"), qPrintable(stats.out));
+
+        ImageAcquisition::VirtualCameras::plug();
+        if (ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1).empty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        const Run serial = runAndUnplugAfter({"serial", "-d", lastSerial()}, 300);
+        QCOMPARE(serial.status, 3);
+        QVERIFY2(serial.err.contains("unplugged while streaming"), qPrintable(serial.err));
+    }
+
+    void grabAndRecordGiveUpOnFramesTheyCannotUse()
+    {
+        const int camera = ImageAcquisition::VirtualCameras::count() - 1;
+        QTemporaryDir dir;
+        QVERIFY(ImageAcquisition::VirtualCameras::damageFrames(camera, 1000));
+        const Run grab = runCommand({"grab", "-d", lastSerial(), "-n", "3", "--format", "MJPG", "--size", "320x240",
+                                     "--interval", "1/60", "-o", dir.path()});
+        QCOMPARE(grab.status, 1);
+        QVERIFY2(grab.err.contains("Gave up after 20 frames in a row"), qPrintable(grab.err));
+        const Run record = runCommand({"record", "-d", lastSerial(), "-n", "3", "--format", "YUYV", "--size",
+                                       "320x240", "--interval", "1/60", "-o", dir.filePath("damaged.mkv")});
+        QCOMPARE(record.status, 1);
+        QVERIFY2(record.err.contains("Gave up after 20 frames in a row"), qPrintable(record.err));
+        // Whole frames again: the same command succeeds.
+        QVERIFY(ImageAcquisition::VirtualCameras::damageFrames(camera, 0));
+        QCOMPARE(runCommand({"grab", "-d", lastSerial(), "--format", "MJPG", "--size", "320x240", "-o", dir.path()})
+                     .status,
+                 0);
     }
 
     void damagedFramesAreLeftOutNotDecoded()

@@ -1,6 +1,8 @@
 // The parts of the V4L2 backend that vivid cannot show: menu gaps, range
-// expansion, the USB parent found in sysfs, node order, the maker's family.
+// expansion, the USB parent and its serial line found in sysfs, node order,
+// the maker's family, mapping failures.
 
+#include "kelvanecontrolmapping.h"
 #include "menuitems.h"
 #include "rangeexpansion.h"
 #include "sysfsreader.h"
@@ -8,8 +10,13 @@
 #include "v4l2controlkind.h"
 #include "v4l2device.h"
 
+#include <imageacquisition/kelvane.h>
+
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace ImageAcquisition;
 
@@ -133,6 +140,22 @@ private slots:
         const std::string got = usbInfo.vendorId + " " + usbInfo.productId + " " + usbInfo.manufacturer + " "
                                 + usbInfo.serial + " " + usbInfo.firmwareVersion + (kelvane ? " (Kelvane)" : "");
         QCOMPARE(QString::fromStdString(got).trimmed(), expected);
+
+        // The serial function's line hangs below another interface of the same device.
+        QCOMPARE(SysfsReader::serialLine(usbInfo.sysfsPath), std::string());
+        QVERIFY(QDir().mkpath(usb + "/1-2:1.4/tty/ttyACM3") && QDir().mkpath(usb + "/1-2:1.5"));
+        QCOMPARE(SysfsReader::serialLine(usbInfo.sysfsPath), std::string(expected.isEmpty() ? "" : "/dev/ttyACM3"));
+    }
+
+    void extensionUnitMappingFailuresNameEachControl()
+    {
+        // /dev/null knows no UVC request: every control is reported, none is fatal.
+        const int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        QVERIFY(fd >= 0);
+        const QString failures = QString::fromStdString(KelvaneControlMapping::mapAll(fd));
+        ::close(fd);
+        for (const auto& control : KelvaneExtensionUnit::kControls)
+            QVERIFY2(failures.contains(QString("\"%1\": ").arg(control.name)), qPrintable(failures));
     }
 
     void videoNodesInNumberOrder()

@@ -6,13 +6,18 @@
 #include <assertfailureexception.h>
 
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <cerrno>
+#include <csignal>
 #include <climits>
 #include <fcntl.h>
 #include <mutex>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -148,6 +153,9 @@ private slots:
                                 && VirtualCameras::serialLinePath(0) == target;
         QCOMPARE(device->isKelvaneDevice(), linkedToUs);
         QVERIFY(!list->getDevice(1)->isKelvaneDevice());
+        // Each names its own line, linked or not.
+        QCOMPARE(QString(device->getSerialLine()), QString::fromStdString(VirtualCameras::serialLinePath(0)));
+        QCOMPARE(QString(list->getDevice(1)->getSerialLine()), QString::fromStdString(VirtualCameras::serialLinePath(1)));
 
 
         auto camera = openCamera();
@@ -242,6 +250,39 @@ private slots:
         QCOMPARE(camera->getCurrentFormatIndex(), 2);
         camera.reset(); // deleted while streaming
         QCOMPARE(second->allocateBuffers(2), 0);
+    }
+
+    void waitingForFrames()
+    {
+        auto camera = openCamera();
+        QCOMPARE(camera->waitForFrame(10), -EINVAL); // not streaming
+        QVERIFY(camera->setFormat(formatIndex(*camera, "YUYV"), 0, 3)); // 2/15 s
+        Stream stream(*camera);
+        QVERIFY(stream.ok);
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(camera->waitForFrame(5000), 1);
+        // Within a period (and then some for a loaded machine), not at the timeout.
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+        IFrame* frame = camera->getFrame();
+        QVERIFY(!frame->isEmpty());
+        camera->releaseFrame(frame);
+        QCOMPARE(camera->waitForFrame(0), 0); // the next one is not due yet
+        QCOMPARE(camera->waitForFrame(5), 0);
+
+        // An unplug ends a wait at once, whatever its timeout.
+        std::thread unplugger([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            VirtualCameras::unplug(0);
+        });
+        int status;
+        while ((status = camera->waitForFrame(60000)) == 1)
+            camera->releaseFrame(camera->getFrame());
+        unplugger.join();
+        QCOMPARE(status, -ENODEV);
+        clock.restart();
+        QCOMPARE(camera->waitForFrame(60000), -ENODEV);
+        QVERIFY(clock.elapsed() < 1000);
     }
 
     void controlsOfEveryKind()
@@ -431,14 +472,15 @@ private slots:
         }
         QVERIFY(!QFile::exists(path) && !QFile::exists(folder.filePath(".ttyACM0.owner")));
 
-        // A link whose maker has ended is taken over.
+        // A link whose maker has ended is taken over (a note of an older
+        // version: pid and target, no lock).
         const pid_t child = fork();
         if (child == 0)
             _exit(0);
         waitpid(child, nullptr, 0);
-        QVERIFY(symlink("/dev/null", link.c_str()) == 0);
+        QVERIFY(symlink("/dev/pts/901", link.c_str()) == 0);
         QFile owner(folder.filePath(".ttyACM0.owner"));
-        QVERIFY(owner.open(QIODevice::WriteOnly) && owner.write(QByteArray::number(child) + " /dev/null\n") > 0);
+        QVERIFY(owner.open(QIODevice::WriteOnly) && owner.write(QByteArray::number(child) + " /dev/pts/901\n") > 0);
         owner.close();
         auto taken = DeviceLink::create("/dev/zero", link, error);
         QVERIFY(taken && QFile::symLinkTarget(path) == "/dev/zero");
@@ -447,6 +489,53 @@ private slots:
         QVERIFY(unlink(link.c_str()) == 0 && symlink("/dev/full", link.c_str()) == 0);
         taken.reset();
         QCOMPARE(QFile::symLinkTarget(path), QString("/dev/full"));
+    }
+
+    void abandonedLinkIsRemovedByAnyProcessOnlyOnceItsMakerIsGone()
+    {
+        const QString flock = QStandardPaths::findExecutable("flock");
+        if (flock.isEmpty())
+            QSKIP("flock (util-linux) is missing: no other process can hold the note here");
+        QTemporaryDir folder;
+        const QString path = folder.filePath("ttyACM0");
+        const std::string link = path.toStdString();
+        const QString note = folder.filePath(".ttyACM0.owner");
+        // Another process makes the link as a virtual camera does: its note
+        // (pid, start time, target) held locked for as long as it lives.
+        QProcess maker;
+        maker.start("/bin/sh", {"-c", "exec 9>>\"$0\" && \"$1\" -x 9 && exec sleep 60", note, flock});
+        QVERIFY(maker.waitForStarted());
+        const auto heldElsewhere = [&note] {
+            const int fd = ::open(note.toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC);
+            const bool held = fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0;
+            ::close(fd);
+            return held;
+        };
+        QTRY_VERIFY(heldElsewhere());
+        QFile stat(QString("/proc/%1/stat").arg(maker.processId()));
+        QVERIFY(stat.open(QIODevice::ReadOnly));
+        const QByteArray started = stat.readAll().split(')').last().simplified().split(' ').value(19);
+        QFile text(note);
+        QVERIFY(text.open(QIODevice::WriteOnly)
+                && text.write(QByteArray::number(maker.processId()) + " " + started + " /dev/pts/902\n") > 0);
+        text.close();
+        QVERIFY(symlink("/dev/pts/902", link.c_str()) == 0);
+
+        int error = 0;
+        QVERIFY(!DeviceLink::removeAbandoned(link)); // its maker lives
+        QVERIFY(!DeviceLink::create("/dev/pts/903", link, error));
+        QCOMPARE(error, -EEXIST);
+        QCOMPARE(QFile::symLinkTarget(path), QString("/dev/pts/902"));
+
+        ::kill(pid_t(maker.processId()), SIGKILL);
+        QVERIFY(maker.waitForFinished());
+        // A link that does not point where the note says is not ours.
+        QVERIFY(unlink(link.c_str()) == 0 && symlink("/dev/pts/904", link.c_str()) == 0);
+        QVERIFY(!DeviceLink::removeAbandoned(link));
+        QVERIFY(unlink(link.c_str()) == 0 && symlink("/dev/pts/902", link.c_str()) == 0);
+        QVERIFY(DeviceLink::removeAbandoned(link));
+        QVERIFY(!QFileInfo(path).isSymLink() && !QFile::exists(note));
+        QVERIFY(!DeviceLink::removeAbandoned(link)); // nothing left to remove
     }
 
 private:

@@ -9,14 +9,21 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMessageBox>
+#include <QProcess>
 #include <QRegularExpression>
+#include <QSerialPort>
 #include <QSignalSpy>
 #include <QSlider>
 #include <QTimer>
 #include <QToolBar>
 #include <QtTest>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 using namespace ImageAcquisition;
 using namespace VirtualCameraTesting;
@@ -119,6 +126,38 @@ private slots:
         QVERIFY2(seen.isEmpty(), qPrintable(seen.join('\n')));
     }
     void cleanupTestCase() { plugInFresh(0); }
+
+    void staleSerialLinkIsGoneBeforeTheWindowCouldFollowIt()
+    {
+        plugInFresh(0);
+        if (QFileInfo("/dev/ttyACM0").exists() || QFileInfo("/dev/ttyACM0").isSymLink() || ::access("/dev", W_OK) != 0)
+            QSKIP("needs /dev/ttyACM0 free and /dev writable (root), where a virtual camera links its line");
+        // What a killed virtual camera leaves: the link to its pseudo-terminal
+        // (here one of ours, so that anything sent to it shows) and its note,
+        // which names a process that has ended and which nobody holds.
+        const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+        const QByteArray pts = ::ptsname(terminal);
+        QProcess ended;
+        ended.start("true", QStringList());
+        QVERIFY(ended.waitForStarted());
+        const qint64 pid = ended.processId();
+        QVERIFY(ended.waitForFinished());
+        QFile note("/dev/.ttyACM0.owner");
+        QVERIFY(note.open(QIODevice::WriteOnly) && note.write(QByteArray::number(pid) + " 1 " + pts + "\n") > 0);
+        note.close();
+        QVERIFY(::symlink(pts.constData(), "/dev/ttyACM0") == 0);
+
+        {
+            AppWindow app;
+            QVERIFY(!QFileInfo("/dev/ttyACM0").isSymLink() && !note.exists());
+            QTest::qWait(700);
+            QVERIFY(!app.window.findChild<QSerialPort*>());
+        }
+        char byte;
+        QCOMPARE(::read(terminal, &byte, 1), ssize_t(-1)); // nothing was sent to it
+        ::close(terminal);
+    }
 
     void defaultDeviceOpens()
     {

@@ -27,6 +27,11 @@ bool unplug(int index);
 // The pseudo-terminal on which the camera at index talks (such as
 // /dev/pts/3); empty when there is no such camera or no pseudo-terminal.
 std::string serialLinePath(int index);
+// The next count frames of the camera at index arrive damaged, as from a
+// bad cable: raw frames cut to half their bytes, MJPG frames with their
+// header overwritten so that no reader can decode them. False when there
+// is no such camera. Its serial line's "damage N" does the same.
+bool damageFrames(int index, int count);
 
 } // namespace VirtualCameras
 } // namespace ImageAcquisition

@@ -23,6 +23,11 @@ std::optional<FrameClock::Tick> FrameClock::due(long long nowNs) const
     return Tick{static_cast<unsigned long long>(index), m_startNs + sinceStart, sinceStart};
 }
 
+long long FrameClock::nextReadyNs() const
+{
+    return m_startNs + (m_lastIndex + 2) * m_periodNs;
+}
+
 void FrameClock::taken(const Tick& tick)
 {
     m_lastIndex = static_cast<long long>(tick.index);

@@ -21,6 +21,8 @@ public:
     // The newest frame ready at nowNs that is newer than the last one taken.
     std::optional<Tick> due(long long nowNs) const;
     void taken(const Tick& tick);
+    // When the first frame newer than the last one taken is ready.
+    long long nextReadyNs() const;
 
 private:
     long long m_startNs = 0;

@@ -6,8 +6,10 @@
 #include "virtualdevice.h"
 #include "virtualunit.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace ImageAcquisition {
 
@@ -182,8 +184,33 @@ IFrame* VirtualCamera::getFrame()
         return &m_emptyFrame;
     }
     const IFrame::TimeStamp stamp{tick->captureNs / 1000000000LL, tick->captureNs % 1000000000LL / 1000};
-    frame->setContents(static_cast<int>(size), tick->index, stamp);
+    int delivered = static_cast<int>(size);
+    if (m_unit->takeDamagedFrame()) {
+        // A bad cable's frame. Only the delivered bytes change, so that the
+        // next frame (drawn over what this buffer held) is whole again.
+        if (format().isCompressed())
+            std::memset(frame->storage().data(), 0, std::min<size_t>(size, 64));
+        else
+            delivered /= 2;
+    }
+    frame->setContents(delivered, tick->index, stamp);
     return frame;
+}
+
+int VirtualCamera::waitForFrame(int timeoutMs)
+{
+    if (!isPlugged())
+        return -ENODEV;
+    if (!m_streaming)
+        return -EINVAL;
+    const long long now = monotonicNanoseconds();
+    const long long deadline = now + std::max(0, timeoutMs) * 1000000LL;
+    const long long ready = m_clock.nextReadyNs();
+    if (ready <= now)
+        return 1;
+    if (m_unit->sleepUntilUnplugged(std::min(ready, deadline)))
+        return -ENODEV;
+    return ready <= deadline ? 1 : 0;
 }
 
 void VirtualCamera::releaseFrame(IFrame* frame)

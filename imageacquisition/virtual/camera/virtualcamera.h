@@ -47,6 +47,7 @@ public:
     void releaseFrame(IFrame* frame) override;
     int stopStreaming() override;
     int releaseBuffers() override;
+    int waitForFrame(int timeoutMs) override;
 
 private:
     bool isPlugged() const;

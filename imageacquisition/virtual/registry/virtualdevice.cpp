@@ -20,6 +20,7 @@ VirtualDevice::VirtualDevice(std::shared_ptr<VirtualUnit> unit)
     std::snprintf(vendor, sizeof vendor, "%04x", m_vendor);
     m_vendorId = vendor;
     m_serial = m_unit->serialNumber();
+    m_serialLine = m_unit->serialLinePath();
 }
 
 VirtualDevice::~VirtualDevice() = default;

@@ -39,6 +39,8 @@ public:
     bool supportsStreaming() const override { return true; }
     bool supportsVideoCapture() const override { return true; }
     bool isKelvaneDevice() const override;
+    // The camera's own pseudo-terminal, linked to /dev/ttyACM0 or not.
+    const char* getSerialLine() const override { return m_serialLine.c_str(); }
 
     IStreamingCamera* open() const override;
 
@@ -49,6 +51,7 @@ private:
     std::string m_busInfo;
     std::string m_vendorId;
     std::string m_serial;
+    std::string m_serialLine;
     unsigned short m_vendor;
     bool m_serialLinked;
 };

@@ -3,7 +3,9 @@
 #include "monotonicclock.h"
 
 #include <cctype>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 namespace ImageAcquisition {
 
@@ -61,7 +63,15 @@ std::string VirtualUnit::command(const std::string& line)
     if (word.empty() || word == "status")
         return m_state.statusLine() + "\r\n";
     if (word == "help")
-        return "commands: status, reset, reboot, unplug, plug (another camera), help\r\n";
+        return "commands: status, reset, reboot, unplug, plug (another camera), damage N (frames), help\r\n";
+    if (word.rfind("damage", 0) == 0) {
+        char* end = nullptr;
+        const long count = std::strtol(word.c_str() + 6, &end, 10);
+        if (word.size() == 6 || *end != '\0' || count < 0 || count > 1000000)
+            return "damage takes a number of frames\r\n";
+        damageFrames(static_cast<int>(count));
+        return "damaging the next " + std::to_string(count) + " frames\r\n";
+    }
     if (word == "reset") {
         reset();
         return "";
@@ -78,7 +88,13 @@ std::string VirtualUnit::command(const std::string& line)
 
 void VirtualUnit::unplug()
 {
-    m_plugged = false;
+    {
+        // Under the waiters' lock, so that none of them misses the change
+        // between looking at the flag and going to sleep.
+        std::lock_guard<std::mutex> lock(m_waitMutex);
+        m_plugged = false;
+    }
+    m_unplugSignal.notify_all();
     m_state.detach();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -87,6 +103,22 @@ void VirtualUnit::unplug()
     // Not under the lock: the console's thread may be waiting for it.
     if (m_console)
         m_console->silence();
+}
+
+bool VirtualUnit::sleepUntilUnplugged(long long deadlineNs)
+{
+    // libstdc++'s steady clock is CLOCK_MONOTONIC, the clock of deadlineNs.
+    const std::chrono::steady_clock::time_point deadline{std::chrono::nanoseconds(deadlineNs)};
+    std::unique_lock<std::mutex> lock(m_waitMutex);
+    return m_unplugSignal.wait_until(lock, deadline, [this] { return !m_plugged; });
+}
+
+bool VirtualUnit::takeDamagedFrame()
+{
+    int left = m_damagedFrames.load();
+    while (left > 0 && !m_damagedFrames.compare_exchange_weak(left, left - 1)) {
+    }
+    return left > 0;
 }
 
 bool VirtualUnit::linkSerialLine()

@@ -5,6 +5,7 @@
 #include "serialconsole.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -37,6 +38,9 @@ public:
 
     bool isPlugged() const { return m_plugged; }
     void unplug();
+    // Sleeps until deadlineNs (monotonic clock) or until the unit is
+    // unplugged, whichever comes first; true when it is unplugged.
+    bool sleepUntilUnplugged(long long deadlineNs);
 
     // Links kSerialDevicePath to this unit's serial line, where the machine
     // allows it. True when the link is (now) this unit's.
@@ -45,6 +49,10 @@ public:
     // The pseudo-terminal's own path; empty when it could not be made.
     std::string serialLinePath() const;
 
+    // The next count frames are damaged (see VirtualCameras::damageFrames).
+    void damageFrames(int count) { m_damagedFrames = count < 0 ? 0 : count; }
+    // True when the frame being made is one of them; counts it.
+    bool takeDamagedFrame();
     // Banner on the serial line, as when the camera starts.
     void announce();
     void reset();
@@ -62,6 +70,7 @@ private:
     const std::string m_serialNumber;
     DeviceState m_state;
     std::atomic<bool> m_plugged{true};
+    std::atomic<int> m_damagedFrames{0};
     HotplugRequest m_hotplug;
 
     // Set in the constructor, gone in the destructor; declared after m_state,
@@ -69,6 +78,8 @@ private:
     std::unique_ptr<SerialConsole> m_console;
 
     mutable std::mutex m_mutex; // for the link and the stream owner
+    std::mutex m_waitMutex;
+    std::condition_variable m_unplugSignal;
     std::unique_ptr<DeviceLink> m_link;
     const void* m_streamOwner = nullptr;
 };
