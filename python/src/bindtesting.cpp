@@ -1,12 +1,33 @@
 // tarvello._native._testing: the virtual cameras' plug and unplug calls,
-// for tests and demonstrations only (tarvello/_testing.py re-exports them).
+// and the conversion of given bytes as a stream's frame, for tests and
+// demonstrations only (tarvello/_testing.py re-exports them).
 #include "bindings.h"
 
+#include "frameconverter.h"
+
 #include <imageacquisition/virtualcameras.h>
+
+#include <string_view>
 
 namespace py = pybind11;
 
 namespace TarvelloPython {
+
+namespace {
+
+// The array a stream of that format would give for a frame of these bytes.
+py::object convert(const std::string& fourcc, int width, int height, int bytesPerLine, const py::bytes& data)
+{
+    FrameConverter converter(FrameConverter::Layout{fourcc, width, height, bytesPerLine}, true);
+    FrameConverter::Destination destination = converter.prepare();
+    const std::string_view bytes = data;
+    converter.fill(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), destination);
+    Frame frame;
+    converter.finish(destination, frame);
+    return frame.array;
+}
+
+} // namespace
 
 void bindTesting(py::module_& module)
 {
@@ -20,6 +41,10 @@ void bindTesting(py::module_& module)
                 "Unplugs the virtual camera at index (0 .. count() - 1); False when there is none.");
     testing.def("serial_line_path", &Virtual::serialLinePath, py::arg("index"),
                 "The pseudo-terminal the virtual camera at index talks on; empty when none.");
+    testing.def("convert", &convert, py::arg("fourcc"), py::arg("width"), py::arg("height"),
+                py::arg("bytes_per_line"), py::arg("data"),
+                "The array a stream of that format gives for a frame holding data; ValueError as the "
+                "stream raises it.");
 }
 
 } // namespace TarvelloPython

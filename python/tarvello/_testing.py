@@ -1,4 +1,5 @@
-"""For tests only: plugs the layer's virtual cameras in and out.
+"""For tests only: plugs the layer's virtual cameras in and out, and
+converts given bytes as a stream would convert a frame of them.
 
 Not part of the package's interface. The environment variable
 IMAGEACQUISITION_VIRTUAL_CAMERAS sets how many virtual cameras there are
@@ -11,5 +12,6 @@ count = _virtual.count
 plug = _virtual.plug
 unplug = _virtual.unplug
 serial_line_path = _virtual.serial_line_path
+convert = _virtual.convert
 
-__all__ = ["count", "plug", "unplug", "serial_line_path"]
+__all__ = ["count", "plug", "unplug", "serial_line_path", "convert"]

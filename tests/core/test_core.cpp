@@ -228,4 +228,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestCtlCore)
-#include "test_ctlcore.moc"
+#include "test_core.moc"
