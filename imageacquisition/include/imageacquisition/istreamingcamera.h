@@ -31,9 +31,10 @@ public:
     // back empty, so loop), 0 when timeoutMs passed without one (0 only
     // looks), -ENODEV at once when the camera is unplugged (also while
     // waiting), and -EINVAL when the camera does not stream. Unlike every
-    // other call it may run while another thread uses the camera's controls
-    // (so that they need not wait for a frame); the streaming calls stay
-    // with the thread that waits.
+    // other call it may run while another thread uses the camera (its
+    // controls, or releaseFrame for a frame it is done with), so that they
+    // need not wait for a frame; the other streaming calls stay with the
+    // thread that waits.
     // This default, for cameras that cannot tell, sleeps a short while and
     // says a frame may be ready.
     virtual int waitForFrame(int timeoutMs)
