@@ -94,7 +94,7 @@ private:
     void createDefaultImage();
     void clearDefaultImage();
     void destroyDefaultImage();
-    bool holdsWholePicture(const ImageAcquisition::IFrame& frame, int bytesPerPixel) const;
+    bool holdsWholePicture(const ImageAcquisition::IFrame& frame) const;
     static QImage decodeCompressed(const ImageAcquisition::IFrame& frame);
     QImage placeholder();
 

@@ -5,7 +5,8 @@
 
 #include <imageacquisition/imageacquisition.h>
 
-#include "imagelimits.h"
+#include <picturelimits.h>
+#include <pixelformat.h>
 
 #include <QBuffer>
 #include <QImageReader>
@@ -23,25 +24,19 @@ namespace {
 
 const QSize kViewSize(640, 480);
 
-// Bytes a pixel of the raw codes the window wraps; 0 for every other code.
-int rawBytesPerPixel(const QString& code)
+// The raw codes the window shows by wrapping the frame's bytes.
+bool wrapsRaw(const QString& code)
 {
-    if (code == "RGB3" || code == "BGR3")
-        return 3;
-    return code == "GRBG" ? 1 : 0;
+    return code == "RGB3" || code == "BGR3" || code == "GRBG";
 }
 
 } // namespace
 
-bool MainWindow::holdsWholePicture(const IFrame& frame, int bytesPerPixel) const
+bool MainWindow::holdsWholePicture(const IFrame& frame) const
 {
-    if (imageWidth <= 0 || imageHeight <= 0 || !frame.getData())
-        return false;
-    const qint64 rowBytes = qint64(imageWidth) * bytesPerPixel;
-    if (bytesPerLine < rowBytes)
-        return false;
-    // The last row's padding is never read, so a frame may end without it.
-    return frame.getSize() >= qint64(bytesPerLine) * (imageHeight - 1) + rowBytes;
+    return frame.getData()
+           && Tarvello::PixelFormat::of(pixelFormat.toStdString())
+                  .holdsWholeFrame(frame.getSize(), imageWidth, imageHeight, bytesPerLine);
 }
 
 QImage MainWindow::decodeCompressed(const IFrame& frame)
@@ -54,7 +49,8 @@ QImage MainWindow::decodeCompressed(const IFrame& frame)
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader header(&buffer, "MJPG");
-    if (!ImageLimits::allowed(header.size()))
+    const QSize size = header.size();
+    if (!Tarvello::PictureLimits::allowed(size.width(), size.height()))
         return QImage();
     return QImage::fromData(frame.getData(), frame.getSize(), "MJPG");
 }
@@ -83,8 +79,7 @@ void MainWindow::refreshSlot()
     }
 
     QImage picture;
-    const int rawDepth = rawBytesPerPixel(pixelFormat);
-    if (rawDepth > 0 && !holdsWholePicture(*frame, rawDepth)) {
+    if (wrapsRaw(pixelFormat) && !holdsWholePicture(*frame)) {
         // A short frame would be read past its end; it is shown as a frame
         // of a code the window cannot show.
         picture = placeholder();
@@ -144,8 +139,9 @@ void MainWindow::createDefaultImage()
 {
     // A size beyond any camera's is a corrupt report, not a reason to
     // allocate gigabytes: the placeholder is then an empty picture.
-    const QSize size(imageWidth, imageHeight);
-    defaultImage = ImageLimits::allowed(size) ? new QImage(size, QImage::Format_RGB888) : new QImage();
+    defaultImage = Tarvello::PictureLimits::allowed(imageWidth, imageHeight)
+                       ? new QImage(imageWidth, imageHeight, QImage::Format_RGB888)
+                       : new QImage();
 }
 
 void MainWindow::clearDefaultImage()

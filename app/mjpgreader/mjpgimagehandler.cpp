@@ -1,13 +1,35 @@
 #include "mjpgimagehandler.h"
 
-#include "imagelimits.h"
 #include "paralleljpegdecoder.h"
 #include "picturepool.h"
-#include "turbojpegdecompressor.h"
+
+#include <jpegdecoder.h>
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QVariant>
+
+using Tarvello::JpegDecoder;
+
+namespace {
+
+// The picture format a frame decodes into without a conversion of rows:
+// Grayscale8 for grey frames, RGB32 for colour, Invalid for colour spaces
+// libjpeg-turbo cannot turn into RGB (CMYK, YCCK).
+QImage::Format pictureFormat(const JpegDecoder::Header& header)
+{
+    if (!header.convertible)
+        return QImage::Format_Invalid;
+    return header.grey ? QImage::Format_Grayscale8 : QImage::Format_RGB32;
+}
+
+bool readHeader(const QByteArray& data, JpegDecoder::Header* header)
+{
+    JpegDecoder decoder;
+    return decoder.readHeader(reinterpret_cast<const uchar*>(data.constData()), size_t(data.size()), header);
+}
+
+} // namespace
 
 MjpgImageHandler::MjpgImageHandler(PicturePool& pool)
     : m_pool(pool)
@@ -45,12 +67,13 @@ bool MjpgImageHandler::read(QImage* image)
 {
     const QByteArray data = pending();
     const auto* bytes = reinterpret_cast<const uchar*>(data.constData());
-    TurboJpegDecompressor decompressor;
-    TurboJpegDecompressor::Header header;
+    JpegDecoder decoder;
+    JpegDecoder::Header header;
     // The size is checked before any picture is allocated for it.
-    if (!decompressor.readHeader(bytes, data.size(), &header) || !ImageLimits::allowed(header.size))
+    if (!decoder.readHeader(bytes, size_t(data.size()), &header) || !JpegDecoder::allowed(header))
         return false;
-    if (header.format == QImage::Format_Invalid) {
+    const QImage::Format format = pictureFormat(header);
+    if (format == QImage::Format_Invalid) {
         // CMYK frames need a conversion libjpeg-turbo does not make; Qt's
         // own reader makes it.
         QBuffer copy;
@@ -58,10 +81,12 @@ bool MjpgImageHandler::read(QImage* image)
         copy.open(QIODevice::ReadOnly);
         return QImageReader(&copy, "jpeg").read(image);
     }
-    QImage picture = m_pool.take(header.size, header.format);
+    QImage picture = m_pool.take(QSize(header.width, header.height), format);
     if (picture.isNull())
         return false;
-    if (!ParallelJpegDecoder::decode(bytes, data.size(), picture) && !decompressor.decode(bytes, data.size(), picture))
+    const Tarvello::PictureBuffer whole{picture.bits(), picture.width(), picture.height(), picture.bytesPerLine(),
+                                        header.grey ? Tarvello::PixelLayout::Grey8 : Tarvello::PixelLayout::Rgb32};
+    if (!ParallelJpegDecoder::decode(bytes, data.size(), picture) && !decoder.decode(bytes, size_t(data.size()), whole))
         return false;
     m_pool.keep(picture);
     *image = picture;
@@ -77,12 +102,11 @@ QVariant MjpgImageHandler::option(ImageOption option) const
 {
     if (option != Size && option != ImageFormat)
         return QVariant();
-    const QByteArray data = pending();
-    TurboJpegDecompressor decompressor;
-    TurboJpegDecompressor::Header header;
-    if (!decompressor.readHeader(reinterpret_cast<const uchar*>(data.constData()), data.size(), &header))
+    JpegDecoder::Header header;
+    if (!readHeader(pending(), &header))
         return QVariant();
     if (option == Size)
-        return header.size;
-    return header.format == QImage::Format_Invalid ? QImage::Format_RGB32 : header.format;
+        return QSize(header.width, header.height);
+    const QImage::Format format = pictureFormat(header);
+    return format == QImage::Format_Invalid ? QImage::Format_RGB32 : format;
 }

@@ -17,15 +17,20 @@ StepCost::Times StepCost::measure(const QString& fourcc, const unsigned char* da
     QImage picture;
     long long start = 0;
     if (fourcc == "MJPG") {
-        TurboJpegDecompressor::Header header;
-        if (!m_decompressor.readHeader(data, size, &header))
+        Tarvello::JpegDecoder::Header header;
+        if (!m_decoder.readHeader(data, size_t(size), &header))
             return {};
-        if (m_decoded.size() != header.size || m_decoded.format() != header.format) {
-            m_decoded = QImage(header.size, header.format);
+        const QSize decodedSize(header.width, header.height);
+        const QImage::Format format = header.grey ? QImage::Format_Grayscale8 : QImage::Format_RGB32;
+        if (m_decoded.size() != decodedSize || m_decoded.format() != format) {
+            m_decoded = QImage(decodedSize, format);
             m_decoded.fill(0); // its pages are touched once, here, not in the timed decode
         }
+        const Tarvello::PictureBuffer into{m_decoded.bits(), m_decoded.width(), m_decoded.height(),
+                                           m_decoded.bytesPerLine(),
+                                           header.grey ? Tarvello::PixelLayout::Grey8 : Tarvello::PixelLayout::Rgb32};
         start = monotonicNs();
-        if (!m_decompressor.decode(data, size, m_decoded))
+        if (!m_decoder.decode(data, size_t(size), into))
             std::fprintf(stderr, "steps: the frame did not decode\n");
         picture = m_decoded;
     } else if (fourcc == "BGR3") {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "turbojpegdecompressor.h"
+#include <jpegdecoder.h>
 
 #include <QImage>
 #include <QString>
@@ -26,6 +26,6 @@ public:
                  int bytesPerLine, int repetitions);
 
 private:
-    TurboJpegDecompressor m_decompressor;
+    Tarvello::JpegDecoder m_decoder;
     QImage m_decoded;
 };

@@ -5,6 +5,7 @@
 // or rewritten, but the pictures it makes stay bit for bit the same.
 
 #include <QCryptographicHash>
+#include <QDebug>
 #include <QFile>
 #include <QImage>
 #include <QMap>
@@ -116,10 +117,37 @@ inline Picture of(const QImage& image)
                    QString::fromLatin1(hash.result().toHex())};
 }
 
-// The line of pictures.txt that would hold this picture.
-inline QString line(const Frame& frame, const QString& frontEnd, const Picture& picture)
+// The pictures a front-end made that are not the listed ones, each as the
+// line of pictures.txt that would list it, and given as a warning.
+class Differences
 {
-    return QString("%1 %2 %3 %4").arg(frame.name, -20).arg(frontEnd, -7).arg(picture.layout, -17).arg(picture.digest);
-}
+public:
+    explicit Differences(const QString& frontEnd) : m_frontEnd(frontEnd), m_expected(expected()) {}
+
+    void check(const Frame& frame, const QImage& image) { check(frame, of(image)); }
+    void check(const Frame& frame, const Picture& picture)
+    {
+        if (m_expected.value({frame.name, m_frontEnd}) == picture)
+            return;
+        m_lines << QString("%1 %2 %3 %4")
+                       .arg(frame.name, -20)
+                       .arg(m_frontEnd, -7)
+                       .arg(picture.layout, -17)
+                       .arg(picture.digest);
+        qWarning().noquote() << m_lines.last();
+    }
+    bool none() const { return m_lines.isEmpty(); }
+    QByteArray summary() const
+    {
+        return QString("%1 pictures are not the listed ones; the warnings above give what was made")
+            .arg(m_lines.size())
+            .toUtf8();
+    }
+
+private:
+    QString m_frontEnd;
+    QMap<QPair<QString, QString>, Picture> m_expected;
+    QStringList m_lines;
+};
 
 } // namespace Pictures

@@ -1,10 +1,13 @@
 // The pictures tarvello-ctl makes of frames (grab's PNG and JPEG files are
-// these pictures, saved) are those listed in pictures.txt.
+// these pictures, saved) are those listed in pictures.txt, and come out so
+// without Qt's image plug-ins: a machine may lack the JPEG plug-in, which
+// Qt loads only when a picture is read, so nothing would tell it is missing.
 #include "pictures.h"
 
 #include <frameimage.h>
 #include <streamformat.h>
 
+#include <QImageReader>
 #include <QtTest>
 
 class TestPicturesCtl : public QObject
@@ -12,10 +15,17 @@ class TestPicturesCtl : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        // No folder to load plug-ins from: only the formats built into Qt
+        // itself are left, and JPEG is not one of them.
+        QCoreApplication::setLibraryPaths({});
+        QVERIFY(!QImageReader::supportedImageFormats().contains("jpeg"));
+    }
+
     void everyFormatGivesTheListedPicture()
     {
-        const auto expected = Pictures::expected();
-        QStringList wrong; // lines of pictures.txt as they would read now
+        Pictures::Differences differences("ctl");
         for (const Pictures::Frame& frame : Pictures::frames()) {
             QVERIFY2(!frame.bytes.isEmpty(), qPrintable(frame.name));
             StreamFormat format;
@@ -24,15 +34,9 @@ private slots:
             format.width = frame.width;
             format.height = frame.height;
             format.bytesPerLine = frame.bytesPerLine;
-            const Pictures::Picture picture =
-                Pictures::of(FrameImage::convert(format, frame.data(), frame.bytes.size()));
-            if (!(expected.value({frame.name, "ctl"}) == picture)) {
-                wrong << Pictures::line(frame, "ctl", picture);
-                qWarning().noquote() << wrong.last();
-            }
+            differences.check(frame, FrameImage::convert(format, frame.data(), frame.bytes.size()));
         }
-        QVERIFY2(wrong.isEmpty(), qPrintable(QString("%1 pictures are not the listed ones; the warnings above give "
-                                                       "what was made").arg(wrong.size())));
+        QVERIFY2(differences.none(), differences.summary());
     }
 };
 

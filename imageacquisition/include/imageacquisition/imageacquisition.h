@@ -21,5 +21,4 @@
 #include "iframeinterval.h"
 #include "ipixelformat.h"
 #include "iresolution.h"
-#include "picturelimits.h"
 #include "istreamingcamera.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace ImageAcquisition {
+namespace Tarvello {
 
 // The largest picture worth decoding from a compressed frame. Cameras of the
 // layer go up to 3840x2160; a frame whose header declares more than four
@@ -19,4 +19,4 @@ constexpr bool allowed(long long width, long long height)
 }
 
 } // namespace PictureLimits
-} // namespace ImageAcquisition
+} // namespace Tarvello
