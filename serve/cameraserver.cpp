@@ -251,7 +251,7 @@ CameraServer::Served CameraServer::refresh()
         const Mount gone = it.value();
         it = m_served.erase(it);
         gst_rtsp_mount_points_remove_factory(m_mounts, gone.path.toUtf8().constData());
-        m_log(QString("%1 is gone: %2 ends.").arg(gone.name, urlOf(gone.path)));
+        m_log(QString("%1 is gone: %2 ends.").arg(gone.name, urlOf(gone.path)), false);
         const QByteArray path = gone.path.toUtf8();
         later(m_inbox, kCloseDelayMs, [path](CameraServer& server) { server.closeClientsOf(QString::fromUtf8(path)); });
     }
@@ -283,7 +283,7 @@ void CameraServer::addMount(const CameraEntry& camera, const QString& selector, 
             throw CtlError(QString("its pipeline cannot be made: %1").arg(problem), CtlError::kFailed);
         described = CameraPipeline::describe(format);
     } catch (const CtlError& error) {
-        m_log(QString("Not serving %1: %2").arg(name, error.message()));
+        m_log(QString("Not serving %1: %2").arg(name, error.message()), true);
         ++served->refused;
         return;
     }
@@ -300,7 +300,7 @@ void CameraServer::addMount(const CameraEntry& camera, const QString& selector, 
     gst_rtsp_mount_points_add_factory(m_mounts, path.toUtf8().constData(), factory);
     m_served.insert(identity(camera), Mount{path, name});
     ++served->served;
-    m_log(QString("Serving %1 at %2 (%3)").arg(name, urlOf(path), described));
+    m_log(QString("Serving %1 at %2 (%3)").arg(name, urlOf(path), described), false);
 }
 
 void CameraServer::closeClientsOf(const QString& path)

@@ -34,7 +34,8 @@ class CameraEventRelay;
 class CameraServer
 {
 public:
-    using Log = std::function<void(const QString&)>;
+    // A line for the user; problem: a camera that is not served.
+    using Log = std::function<void(const QString& line, bool problem)>;
 
     // Listens at once. Throws CtlError (failed) when it cannot listen or
     // the certificate cannot be used.

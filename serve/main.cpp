@@ -51,7 +51,8 @@ int serve(const ServeOptions& options)
                                                                         g_main_loop_unref);
     int status = 0;
     {
-        CameraServer server(options, nullptr, [](const QString& line) { print(stdout, line); });
+        CameraServer server(options, nullptr,
+                            [](const QString& line, bool problem) { print(problem ? stderr : stdout, line); });
         server.watch();
         const CameraServer::Served served = server.refresh();
         if (served.served == 0 && served.refused > 0) {
