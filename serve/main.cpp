@@ -9,6 +9,7 @@
 #include <glib-unix.h>
 #include <gst/gst.h>
 
+#include <QCoreApplication>
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -79,9 +80,11 @@ int serve(const ServeOptions& options)
 int main(int argc, char** argv)
 {
     gst_init(&argc, &argv);
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
+    // For the command line's help texts only: the server runs GLib's loop.
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName("tarvello-serve");
+    QCoreApplication::setApplicationVersion(TARVELLO_VERSION);
+    const QStringList arguments = QCoreApplication::arguments();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(kSummary);
