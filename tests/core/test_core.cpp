@@ -5,6 +5,7 @@
 #include <cameraselector.h>
 #include <controlvalueparser.h>
 #include <controlwriter.h>
+#include <formatchoice.h>
 #include <nosuchcamera.h>
 #include <opencamera.h>
 #include <profile.h>
@@ -57,6 +58,22 @@ class TestCtlCore : public QObject
 
 private slots:
     void initTestCase() { qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "2"); }
+
+    void formatRequestsAreReadFromTextStrictly()
+    {
+        const FormatChoice::Request request = FormatChoice::requestFromText("MJPG", "1280x720", "1/30", "");
+        QCOMPARE(*request.fourcc, QString("MJPG"));
+        QCOMPARE(*request.size, FormatChoice::Size(1280, 720));
+        QCOMPARE(*request.interval, FormatChoice::Interval(1, 30));
+        QVERIFY(!request.rate);
+        QVERIFY(!FormatChoice::requestFromText("", "", "", "").fourcc);
+        QCOMPARE(*FormatChoice::requestFromText("", "", "", "29.97").rate, 29.97);
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "1280", "", ""); }).contains("WIDTHxHEIGHT"));
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "", "30", ""); }).contains("N/D"));
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "", "", "-5"); }).contains("positive"));
+        QVERIFY(messageOf<BadInput>([] { Profile::readFile("/nonexistent/lab.json"); })
+                    .startsWith("Cannot read /nonexistent/lab.json"));
+    }
 
     void selectorMatchesEachWayAndRefusesAmbiguity()
     {
