@@ -100,6 +100,13 @@ void SourceCamera::start(const GstCaps* caps)
     m_bytesPerLine = choice.bytesPerLine;
     m_packedStride = FormatCaps::packedStride(choice.fourcc, m_width);
     m_interval = choice.interval;
+    if (!m_format.isCompressed()) {
+        m_copies = gst_buffer_pool_new();
+        GstStructure* config = gst_buffer_pool_get_config(m_copies);
+        gst_buffer_pool_config_set_params(config, nullptr, guint(m_packedStride) * guint(m_height), 2, 0);
+        gst_buffer_pool_set_config(m_copies, config);
+        gst_buffer_pool_set_active(m_copies, TRUE);
+    }
 }
 
 void SourceCamera::stop()
@@ -117,6 +124,12 @@ void SourceCamera::stopLocked()
     m_open.camera().stopStreaming();
     m_open.camera().releaseBuffers();
     m_streaming = false;
+    if (m_copies) {
+        // Buffers still out go back to an inactive pool, which frees them.
+        gst_buffer_pool_set_active(m_copies, FALSE);
+        gst_object_unref(m_copies);
+        m_copies = nullptr;
+    }
 }
 
 int SourceCamera::waitForFrame(int timeoutMs)
@@ -196,7 +209,9 @@ GstBuffer* SourceCamera::copy(const IFrame& frame)
     }
     // Rows into GStreamer's layout, whatever the camera's padding.
     const gsize rowBytes = gsize(m_format.rowBytes(m_width));
-    GstBuffer* buffer = gst_buffer_new_allocate(nullptr, gsize(m_packedStride) * gsize(m_height), nullptr);
+    GstBuffer* buffer = nullptr;
+    if (!m_copies || gst_buffer_pool_acquire_buffer(m_copies, &buffer, nullptr) != GST_FLOW_OK)
+        buffer = gst_buffer_new_allocate(nullptr, gsize(m_packedStride) * gsize(m_height), nullptr);
     GstMapInfo map;
     gst_buffer_map(buffer, &map, GST_MAP_WRITE);
     if (m_bytesPerLine == m_packedStride && frame.getSize() >= (long long)m_packedStride * m_height) {

@@ -96,6 +96,9 @@ private:
     int m_packedStride = 0; // GStreamer's, for raw formats
     FormatChoice::Interval m_interval{1, 30};
     JpegDecoder m_jpeg;
+    // Copies of raw frames go into buffers of a pool of the stream's
+    // frame size, whose memory is used again, not fresh pages each frame.
+    GstBufferPool* m_copies = nullptr;
 };
 
 } // namespace Tarvello

@@ -4,6 +4,8 @@
 
 #include <gst/gst.h>
 
+#include <algorithm>
+
 using Tarvello::FormatCaps;
 using Tarvello::FormatChoice;
 

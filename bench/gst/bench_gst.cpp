@@ -5,8 +5,9 @@
 //           whole process per buffer, against a plain loop on the layer
 //           (waitForFrame, getFrame, a copy into memory of its own,
 //           releaseFrame). Twice: with frames wrapped (fakesink drops each
-//           buffer at once), and with downstream holding the last five
-//           buffers, which makes the element copy.
+//           buffer at once), and with downstream keeping the first buffers
+//           to the end, which leaves the camera no buffer to spare and makes
+//           the element copy every frame after them.
 //   jpeg    tarvellosrc ! jpegdec ! fakesink, MJPG 1920x1080 at 1/30 s:
 //           frames out of jpegdec against frames the camera delivered
 //           (last frame number - first + 1), and CPU per frame against the
@@ -93,7 +94,9 @@ bool choose(IStreamingCamera& camera, const char* fourcc, unsigned width, unsign
 }
 
 // The plain loop: CPU per frame over frames frames, after a few to warm up.
-double plainLoop(const QString& serial, const char* fourcc, int denominator, int frames)
+// held: the first frames kept to the end, as a downstream that holds buffers
+// keeps the element's.
+double plainLoop(const QString& serial, const char* fourcc, int denominator, int frames, int held = 0)
 {
     Tarvello::OpenCamera open(serial);
     IStreamingCamera& camera = open.camera();
@@ -106,6 +109,7 @@ double plainLoop(const QString& serial, const char* fourcc, int denominator, int
     int taken = 0;
     double start = 0;
     constexpr int kWarmUp = 10;
+    std::vector<IFrame*> kept;
     while (taken < frames + kWarmUp) {
         if (camera.waitForFrame(100) <= 0)
             continue;
@@ -121,10 +125,16 @@ double plainLoop(const QString& serial, const char* fourcc, int denominator, int
             }
             if (++taken == kWarmUp)
                 start = processCpuMs();
+            if (int(kept.size()) < held) {
+                kept.push_back(frame);
+                continue;
+            }
         }
         camera.releaseFrame(frame);
     }
     const double used = processCpuMs() - start;
+    for (IFrame* frame : kept)
+        camera.releaseFrame(frame);
     camera.stopStreaming();
     camera.releaseBuffers();
     return used / frames;
@@ -152,13 +162,11 @@ GstPadProbeReturn countOut(GstPad*, GstPadProbeInfo* info, gpointer data)
 {
     auto* counter = static_cast<Counter*>(data);
     ++counter->buffers;
-    if (counter->hold) {
+    // The first buffers kept to the end: the frames they wrap stay lent,
+    // and the element must copy every frame after them.
+    if (counter->held.size() < counter->hold) {
         const std::lock_guard<std::mutex> lock(counter->mutex);
         counter->held.push_back(gst_buffer_ref(GST_PAD_PROBE_INFO_BUFFER(info)));
-        if (counter->held.size() > counter->hold) {
-            gst_buffer_unref(counter->held.front());
-            counter->held.pop_front();
-        }
     }
     return GST_PAD_PROBE_OK;
 }
@@ -219,21 +227,25 @@ PipelineRun pipeline(const QString& description, int frames, size_t hold)
 
 void rawAndJpeg(const QString& serial, int seconds)
 {
-    const int rounds = 3;
+    const int rounds = 5;
     const int rawFrames = std::max(60, seconds * 60 / rounds);
     const int jpegFrames = std::max(30, seconds * 30 / rounds);
     const QString raw = QString("tarvellosrc name=src device=%1 ! "
                                 "video/x-raw,format=RGB,width=1920,height=1080,framerate=60/1 ! fakesink name=sink sync=false")
                             .arg(serial);
+    QString rawNoLast = raw;
+    rawNoLast.replace("sync=false", "sync=false enable-last-sample=false");
     const QString jpeg = QString("tarvellosrc name=src device=%1 ! image/jpeg,width=1920,height=1080,framerate=30/1 ! "
                                  "jpegdec ! fakesink name=sink sync=false")
                              .arg(serial);
-    std::vector<double> loop, wrapped, copied, decodeLoop, decoded;
+    std::vector<double> loop, heldLoop, wrapped, copied, copiedNoLast, decodeLoop, decoded;
     guint64 out = 0, delivered = 0, dropped = 0;
     for (int round = 0; round < rounds; ++round) {
         loop.push_back(plainLoop(serial, "RGB3", 60, rawFrames));
         wrapped.push_back(pipeline(raw, rawFrames, 0).cpuPerFrame);
-        copied.push_back(pipeline(raw, rawFrames, 5).cpuPerFrame);
+        copied.push_back(pipeline(raw, rawFrames, 4).cpuPerFrame);
+        heldLoop.push_back(plainLoop(serial, "RGB3", 60, rawFrames, 4));
+        copiedNoLast.push_back(pipeline(rawNoLast, rawFrames, 4).cpuPerFrame);
         decodeLoop.push_back(plainLoop(serial, "MJPG", 30, jpegFrames));
         const PipelineRun run = pipeline(jpeg, jpegFrames, 0);
         decoded.push_back(run.cpuPerFrame);
@@ -245,9 +257,13 @@ void rawAndJpeg(const QString& serial, int seconds)
     std::printf("| Pipeline | CPU per frame (ms) | plain loop (ms) | ratio | target |\n|---|---|---|---|---|\n");
     std::printf("| tarvellosrc ! fakesink, RGB3 1920x1080 1/60, frames wrapped | %.3f | %.3f | %.2f | < 1 (below the loop): %s |\n",
                 median(wrapped), base, median(wrapped) / base, median(wrapped) < base ? "met" : "missed");
-    std::printf("| same, downstream holding 5 buffers (frames copied) | %.3f | %.3f | %.2f | ≤ 1.1: %s |\n",
+    std::printf("| same, downstream keeping the first 4 buffers (every later frame copied) | %.3f | %.3f | %.2f | ≤ 1.1: %s |\n",
                 median(copied), base, median(copied) / base, median(copied) <= 1.1 * base ? "met" : "missed");
     const double decodeBase = median(decodeLoop);
+    std::printf("| same, fakesink enable-last-sample=false (the copies go into one buffer, not two in turn) | %.3f | %.3f | %.2f | ≤ 1.1: %s |\n",
+                median(copiedNoLast), base, median(copiedNoLast) / base, median(copiedNoLast) <= 1.1 * base ? "met" : "missed");
+    std::printf("| the plain loop keeping its first 4 frames too (the camera left 2 buffers, as above) | %.3f | %.3f | %.2f | (what the copied row costs the camera) |\n",
+                median(heldLoop), base, median(heldLoop) / base);
     std::printf("| tarvellosrc ! jpegdec ! fakesink, MJPG 1920x1080 1/30 | %.3f | %.3f (the core's decode + loop) | %.2f | ≤ 1.1: %s |\n",
                 median(decoded), decodeBase, median(decoded) / decodeBase,
                 median(decoded) <= 1.1 * decodeBase ? "met" : "missed");
