@@ -29,7 +29,6 @@ public:
 
     static bool canConvert(const std::string& fourcc, PixelLayout layout);
 
-    const FrameLayout& layout() const { return m_layout; }
     const PixelFormat& format() const { return m_format; }
 
     // The header of a compressed frame, which gives its picture's size and

@@ -30,7 +30,6 @@ public:
     JpegDecoder(const JpegDecoder&) = delete;
     JpegDecoder& operator=(const JpegDecoder&) = delete;
 
-    bool isValid() const { return m_handle != nullptr; }
     // Reads the markers up to the first scan; false when the data holds no
     // JPEG picture. The size is the header's, whatever it claims.
     bool readHeader(const unsigned char* data, size_t size, Header* header);

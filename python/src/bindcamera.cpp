@@ -5,13 +5,13 @@
 #include "camerainfo.h"
 #include "cameraprofile.h"
 #include "framestream.h"
-#include "pixelformatinfo.h"
 #include "pycamera.h"
 #include "pycontrol.h"
 
 #include <badinput.h>
 #include <cameracontrols.h>
 #include <imageacquisition/imageacquisition.h>
+#include <offeredformat.h>
 
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
@@ -27,6 +27,7 @@ namespace py = pybind11;
 namespace TarvelloPython {
 
 using namespace ImageAcquisition;
+using Tarvello::OfferedFormat;
 
 namespace {
 
@@ -73,13 +74,13 @@ py::dict properties(const CameraInfo& info)
     return dict;
 }
 
-std::vector<PixelFormatInfo> formatsOf(PyCamera& camera)
+std::vector<OfferedFormat> formatsOf(PyCamera& camera)
 {
     const std::lock_guard<std::mutex> lock(camera.mutex());
-    std::vector<PixelFormatInfo> formats;
+    std::vector<OfferedFormat> formats;
     for (int i = 0; i < camera.camera().getFormatCount(); ++i) {
         if (IPixelFormat* format = camera.camera().getFormat(i))
-            formats.push_back(PixelFormatInfo::of(*format));
+            formats.push_back(OfferedFormat::of(*format));
     }
     return formats;
 }
@@ -209,15 +210,15 @@ void bindCamera(py::module_& module)
 
     module.def("cameras", &CameraInfo::present, "The cameras present now, as CameraInfo objects in list order.");
 
-    py::class_<PixelFormatInfo>(module, "Format", "A pixel format a camera offers, with its sizes and intervals.")
-        .def_readonly("fourcc", &PixelFormatInfo::fourcc, "Four-character code, such as 'MJPG'.")
-        .def_readonly("description", &PixelFormatInfo::description, "The camera's description of the format.")
-        .def_readonly("compressed", &PixelFormatInfo::compressed, "True for compressed formats (MJPG).")
-        .def_readonly("emulated", &PixelFormatInfo::emulated, "True when converted in software, not by the device.")
-        .def_readonly("sizes", &PixelFormatInfo::sizes, "Frame sizes as (width, height).")
-        .def_readonly("intervals", &PixelFormatInfo::intervals,
+    py::class_<OfferedFormat>(module, "Format", "A pixel format a camera offers, with its sizes and intervals.")
+        .def_readonly("fourcc", &OfferedFormat::fourcc, "Four-character code, such as 'MJPG'.")
+        .def_readonly("description", &OfferedFormat::description, "The camera's description of the format.")
+        .def_readonly("compressed", &OfferedFormat::compressed, "True for compressed formats (MJPG).")
+        .def_readonly("emulated", &OfferedFormat::emulated, "True when converted in software, not by the device.")
+        .def_readonly("sizes", &OfferedFormat::sizes, "Frame sizes as (width, height).")
+        .def_readonly("intervals", &OfferedFormat::intervals,
                       "Frame intervals per size: {(width, height): [(numerator, denominator), ...]}.")
-        .def("__repr__", [](const PixelFormatInfo& f) { return "<tarvello.Format " + f.fourcc + ">"; });
+        .def("__repr__", [](const OfferedFormat& f) { return "<tarvello.Format " + f.fourcc + ">"; });
 
     py::class_<PyControl>(module, "Control",
                           "One control of an open camera. Properties read the camera layer's state; refresh() "

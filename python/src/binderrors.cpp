@@ -2,7 +2,6 @@
 #include "bindings.h"
 
 #include "cameragone.h"
-#include "jpegdecoder.h"
 #include "streamtimeout.h"
 
 #include <badinput.h>
@@ -56,8 +55,6 @@ void bindErrors(py::module_& module)
             PyErr_SetString(PyExc_ValueError, e.what());
         } catch (const StreamTimeout& e) {
             PyErr_SetString(PyExc_TimeoutError, e.what());
-        } catch (const JpegDecoder::Error& e) {
-            PyErr_SetString(PyExc_ValueError, e.what());
         }
     });
 }

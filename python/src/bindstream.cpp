@@ -2,8 +2,9 @@
 #include "bindings.h"
 
 #include "framestream.h"
-#include "jpegdecoder.h"
 #include "pycamera.h"
+
+#include <jpegdecoder.h>
 
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
@@ -25,15 +26,22 @@ std::string frameRepr(const Frame& frame)
 py::array_t<unsigned char> decodeJpeg(const py::bytes& data)
 {
     const std::string_view bytes = data;
-    JpegDecoder decoder;
+    Tarvello::FrameConverter converter(Tarvello::FrameLayout{"JPEG", 0, 0, 0});
     const auto* start = reinterpret_cast<const unsigned char*>(bytes.data());
-    const JpegDecoder::Size size = decoder.size(start, bytes.size());
-    py::array_t<unsigned char> array({py::ssize_t(size.height), py::ssize_t(size.width), py::ssize_t(3)});
-    unsigned char* out = array.mutable_data();
+    Tarvello::JpegDecoder::Header header;
+    std::string problem;
+    if (!converter.readJpegHeader(start, bytes.size(), &header, &problem))
+        throw py::value_error(problem);
+    py::array_t<unsigned char> array({py::ssize_t(header.height), py::ssize_t(header.width), py::ssize_t(3)});
+    const Tarvello::PictureBuffer picture{array.mutable_data(), header.width, header.height, 3LL * header.width,
+                                          Tarvello::PixelLayout::Rgb24};
+    bool decoded = false;
     {
         py::gil_scoped_release released;
-        decoder.decode(start, bytes.size(), size, out);
+        decoded = converter.convert(start, bytes.size(), picture, &problem);
     }
+    if (!decoded)
+        throw py::value_error(problem);
     return array;
 }
 

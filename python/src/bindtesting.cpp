@@ -3,7 +3,7 @@
 // demonstrations only (tarvello/_testing.py re-exports them).
 #include "bindings.h"
 
-#include "frameconverter.h"
+#include "framearrays.h"
 
 #include <imageacquisition/virtualcameras.h>
 
@@ -18,12 +18,12 @@ namespace {
 // The array a stream of that format would give for a frame of these bytes.
 py::object convert(const std::string& fourcc, int width, int height, int bytesPerLine, const py::bytes& data)
 {
-    FrameConverter converter(FrameConverter::Layout{fourcc, width, height, bytesPerLine}, true);
-    FrameConverter::Destination destination = converter.prepare();
+    FrameArrays arrays(Tarvello::FrameLayout{fourcc, width, height, bytesPerLine}, true);
+    FrameArrays::Destination destination = arrays.prepare();
     const std::string_view bytes = data;
-    converter.fill(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), destination);
+    arrays.fill(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), destination);
     Frame frame;
-    converter.finish(destination, frame);
+    arrays.finish(destination, frame);
     return frame.array;
 }
 

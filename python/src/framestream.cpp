@@ -40,14 +40,9 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
     {
         const std::lock_guard<std::mutex> lock(m_camera->mutex());
         IStreamingCamera& cam = m_camera->camera();
-        IPixelFormat* format = cam.getFormat(cam.getCurrentFormatIndex());
-        IResolution* resolution = format ? format->getResolution(cam.getCurrentResolutionIndex()) : nullptr;
-        m_layout.fourcc = format && format->getFourCC() ? format->getFourCC() : "";
-        m_layout.width = resolution ? int(resolution->getWidth()) : 0;
-        m_layout.height = resolution ? int(resolution->getHeight()) : 0;
-        m_layout.bytesPerLine = resolution ? resolution->getBytesPerLine() : 0;
+        m_layout = Tarvello::FrameLayout::current(cam);
     }
-    m_converter = std::make_unique<FrameConverter>(m_layout, decode);
+    m_arrays = std::make_unique<FrameArrays>(m_layout, decode);
 
     m_camera->claimStream();
     // Watching starts before streaming, so that an unplugging in between is not missed.
@@ -127,7 +122,7 @@ void FrameStream::throwIfGone()
     }
 }
 
-bool FrameStream::tryTake(FrameConverter::Destination& destination, Frame& frame)
+bool FrameStream::tryTake(FrameArrays::Destination& destination, Frame& frame)
 {
     if (m_closeRequested)
         return true;
@@ -144,7 +139,7 @@ bool FrameStream::tryTake(FrameConverter::Destination& destination, Frame& frame
     frame.number = taken->getFrameNumber();
     const IFrame::TimeStamp stamp = taken->getTimeStamp();
     frame.timestamp = double(stamp.seconds) + double(stamp.microseconds) / 1e6;
-    m_converter->fill(taken->getData(), size_t(taken->getSize()), destination);
+    m_arrays->fill(taken->getData(), size_t(taken->getSize()), destination);
     cam.releaseFrame(taken);
     return true;
 }
@@ -157,7 +152,7 @@ std::optional<Frame> FrameStream::next()
     }
     if (m_waiting.exchange(true))
         throw std::logic_error("the stream is already being read by another thread");
-    FrameConverter::Destination destination = m_converter->prepare();
+    FrameArrays::Destination destination = m_arrays->prepare();
     Frame frame;
     const Clock::time_point deadline = Clock::now() + m_timeout;
     bool taken = false;
@@ -184,7 +179,7 @@ std::optional<Frame> FrameStream::next()
         throw StreamTimeout("no frame came within "
                             + std::to_string(std::chrono::duration<double>(m_timeout).count()) + " s");
     }
-    m_converter->finish(destination, frame);
+    m_arrays->finish(destination, frame);
     return frame;
 }
 

@@ -2,7 +2,7 @@
 
 #include "cameraevents.h"
 #include "frame.h"
-#include "frameconverter.h"
+#include "framearrays.h"
 
 #include <atomic>
 #include <chrono>
@@ -38,19 +38,19 @@ public:
     // thread stops it as soon as it wakes.
     void close();
     bool isOpen() const { return m_open && !m_closeRequested; }
-    const FrameConverter::Layout& layout() const { return m_layout; }
+    const Tarvello::FrameLayout& layout() const { return m_layout; }
 
 private:
     // One look at the layer: true when a frame was taken (and copied into
     // destination). Runs without the GIL.
-    bool tryTake(FrameConverter::Destination& destination, Frame& frame);
+    bool tryTake(FrameArrays::Destination& destination, Frame& frame);
     void throwIfGone();
     void stop();
     void pause(std::chrono::steady_clock::duration limit);
 
     std::shared_ptr<PyCamera> m_camera;
-    FrameConverter::Layout m_layout;
-    std::unique_ptr<FrameConverter> m_converter;
+    Tarvello::FrameLayout m_layout;
+    std::unique_ptr<FrameArrays> m_arrays;
     std::unique_ptr<CameraEvents> m_events;
     std::chrono::steady_clock::duration m_timeout;
     unsigned long long m_removalsSeen = 0;

@@ -9,14 +9,14 @@ namespace ImageAcquisition {
 class IPixelFormat;
 }
 
-namespace TarvelloPython {
+namespace Tarvello {
 
-// One pixel format of a camera with its sizes and, for each size, its frame
-// intervals, copied out of the layer.
-struct PixelFormatInfo
+// One pixel format a camera offers, with its sizes and, for each size, its
+// frame intervals, copied out of the layer.
+struct OfferedFormat
 {
     using Size = std::pair<unsigned, unsigned>;
-    using Interval = std::pair<int, int>;
+    using Interval = std::pair<int, int>; // numerator, denominator in seconds
 
     std::string fourcc;
     std::string description;
@@ -25,7 +25,7 @@ struct PixelFormatInfo
     std::vector<Size> sizes;
     std::map<Size, std::vector<Interval>> intervals;
 
-    static PixelFormatInfo of(ImageAcquisition::IPixelFormat& format);
+    static OfferedFormat of(ImageAcquisition::IPixelFormat& format);
 };
 
-} // namespace TarvelloPython
+} // namespace Tarvello

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "frame.h"
-#include "jpegdecoder.h"
+
+#include <frameconverter.h>
+#include <framelayout.h>
 
 #include <pybind11/numpy.h>
 
@@ -11,26 +13,19 @@
 
 namespace TarvelloPython {
 
-// Turns the layer's frames of one stream into numpy arrays (or bytes).
-// The work is split by who may run it: prepare() and finish() need the
-// GIL, fill() runs without it while the layer's frame is held, so the copy
-// and the decode never block other Python threads.
+// Turns the layer's frames of one stream into numpy arrays (or bytes),
+// through the core's FrameConverter (the core's pixelformat.h lists what
+// each format gives). The work is split by who may run it: prepare() and
+// finish() need the GIL, fill() runs without it while the layer's frame is
+// held, so the copy and the decode never block other Python threads.
 //
 // Arrays: RGB3 and BGR3 give height x width x 3 in the camera's byte order
 // (BGR3 stays blue, green, red); 8-bit Bayer (GRBG and kin) gives height x
 // width; YUYV gives height x width x 2; MJPG is decoded to height x width x 3
 // RGB. Without decoding every format gives the delivered bytes.
-class FrameConverter
+class FrameArrays
 {
 public:
-    struct Layout
-    {
-        std::string fourcc;
-        int width = 0;
-        int height = 0;
-        int bytesPerLine = 0;
-    };
-
     // Where one frame goes: the array made ready before the wait, or the
     // delivered bytes when the stream does not decode.
     struct Destination
@@ -45,7 +40,7 @@ public:
 
     // Throws std::invalid_argument for a format without an array layout
     // when decoding is asked for.
-    FrameConverter(Layout layout, bool decode);
+    FrameArrays(Tarvello::FrameLayout layout, bool decode);
 
     static bool hasArrayLayout(const std::string& fourcc);
 
@@ -62,12 +57,11 @@ public:
 
 private:
     int channels() const;
-    bool isJpeg() const;
     pybind11::array_t<unsigned char> newArray() const;
 
-    Layout m_layout;
+    Tarvello::FrameLayout m_layout;
     bool m_decode;
-    JpegDecoder m_jpeg;
+    Tarvello::FrameConverter m_converter;
     // The arrays last given out; each is written again only once this is
     // the one reference left to it (the Frame and every view are gone).
     std::vector<pybind11::array_t<unsigned char>> m_recent;
