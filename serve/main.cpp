@@ -38,10 +38,11 @@ void print(FILE* stream, const QString& text)
     std::fflush(stream);
 }
 
+// Stays attached: serve() removes both signal sources when the loop ends.
 gboolean quit(gpointer loop)
 {
     g_main_loop_quit(static_cast<GMainLoop*>(loop));
-    return G_SOURCE_REMOVE;
+    return G_SOURCE_CONTINUE;
 }
 
 int serve(const ServeOptions& options)
@@ -50,8 +51,22 @@ int serve(const ServeOptions& options)
         throw Tarvello::CtlError("Cannot register the tarvellosrc element with GStreamer.", Tarvello::CtlError::kFailed);
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(g_main_loop_new(nullptr, FALSE),
                                                                         g_main_loop_unref);
+    // Caught from before the first address is printed: whoever starts the
+    // server may stop it as soon as it has read one.
+    struct SignalSources
+    {
+        guint interrupt;
+        guint terminate;
+        ~SignalSources()
+        {
+            g_source_remove(interrupt);
+            g_source_remove(terminate);
+        }
+    };
     int status = 0;
     {
+        const SignalSources signals{g_unix_signal_add(SIGINT, quit, loop.get()),
+                                    g_unix_signal_add(SIGTERM, quit, loop.get())};
         CameraServer server(options, nullptr,
                             [](const QString& line, bool problem) { print(problem ? stderr : stdout, line); });
         server.watch();
@@ -62,11 +77,7 @@ int serve(const ServeOptions& options)
         } else {
             if (served.served == 0)
                 print(stdout, QString("No camera yet; listening on port %1 for the first.").arg(server.port()));
-            const guint interrupt = g_unix_signal_add(SIGINT, quit, loop.get());
-            const guint terminate = g_unix_signal_add(SIGTERM, quit, loop.get());
             g_main_loop_run(loop.get());
-            g_source_remove(interrupt);
-            g_source_remove(terminate);
         }
     }
     // What the clients' going left behind (pipelines set to rest) runs out.

@@ -201,6 +201,31 @@ private slots:
         QCOMPARE(controlValue(m_serial, "overlay_text"), QString("bench 7"));
     }
 
+    void controlsSetWhileStreamingAreWrittenAtOnce()
+    {
+        const Element pipeline = launch(QString("tarvellosrc name=src device=%1 ! appsink name=sink sync=false").arg(m_serial));
+        gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+        const Element sink = byName(pipeline.get(), "sink");
+        QVERIFY(pull(sink.get(), 5000));
+        const Element source = byName(pipeline.get(), "src");
+        GstStructure* controls = gst_structure_from_string("c,brightness=-12", nullptr);
+        g_object_set(source.get(), "controls", controls, nullptr);
+        gst_structure_free(controls);
+        QCOMPARE(controlValue(m_serial, "brightness"), QString("-12"));
+        // A refusal while streaming is a warning: the stream goes on.
+        controls = gst_structure_from_string("c,brightness=-1000", nullptr);
+        g_object_set(source.get(), "controls", controls, nullptr);
+        gst_structure_free(controls);
+        GstBus* bus = gst_element_get_bus(pipeline.get());
+        GstMessage* warning = gst_bus_timed_pop_filtered(bus, GST_SECOND, GST_MESSAGE_WARNING);
+        gst_object_unref(bus);
+        QVERIFY(warning);
+        gst_message_unref(warning);
+        QVERIFY(pull(sink.get(), 5000));
+        QCOMPARE(controlValue(m_serial, "brightness"), QString("-12"));
+        gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    }
+
     void badSettingsStopTheStartWithTheReason_data()
     {
         QTest::addColumn<QString>("settings");
