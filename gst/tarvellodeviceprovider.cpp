@@ -35,25 +35,9 @@ struct ProviderState
     }
 };
 
-// What tells a camera from the one that had its node before it.
-QString identity(const CameraEntry& camera)
-{
-    return camera.node + '\n' + camera.serial + '\n' + camera.name + '\n' + camera.busInfo;
-}
-
-// A selector that names this camera and no other: its serial where that
-// is unique, else its node.
-QString selectorOf(const CameraEntry& camera, const QVector<CameraEntry>& all)
-{
-    int sameSerial = 0;
-    for (const CameraEntry& other : all)
-        sameSerial += !camera.serial.isEmpty() && other.serial == camera.serial;
-    return sameSerial == 1 ? camera.serial : camera.node;
-}
-
 GstDevice* deviceOf(const CameraEntry& camera, const QVector<CameraEntry>& all)
 {
-    const QString selector = selectorOf(camera, all);
+    const QString selector = CameraSelector(all).selectorOf(camera);
     GstCaps* caps = nullptr;
     try {
         OpenCamera open(selector);
@@ -98,7 +82,7 @@ void refresh(GstTarvelloDeviceProvider* self)
     const QVector<CameraEntry> cameras = CameraSelector::presentCameras();
     QHash<QString, const CameraEntry*> present;
     for (const CameraEntry& camera : cameras)
-        present.insert(identity(camera), &camera);
+        present.insert(camera.identity(), &camera);
     for (auto it = state.devices.begin(); it != state.devices.end();) {
         if (present.contains(it.key())) {
             ++it;
@@ -109,7 +93,7 @@ void refresh(GstTarvelloDeviceProvider* self)
         it = state.devices.erase(it);
     }
     for (const CameraEntry& camera : cameras) {
-        const QString key = identity(camera);
+        const QString key = camera.identity();
         if (state.devices.contains(key))
             continue;
         GstDevice* device = deviceOf(camera, cameras);

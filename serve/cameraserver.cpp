@@ -28,21 +28,6 @@ constexpr guint kCloseDelayMs = 500;
 // How often sessions whose clients vanished without a word are cleared.
 constexpr guint kSessionCleanupSeconds = 5;
 
-QString identity(const CameraEntry& camera)
-{
-    return camera.node + '\n' + camera.serial + '\n' + camera.name + '\n' + camera.busInfo;
-}
-
-// A selector that names this camera and no other: its serial where that
-// is unique, else its node.
-QString selectorOf(const CameraEntry& camera, const QVector<CameraEntry>& all)
-{
-    int sameSerial = 0;
-    for (const CameraEntry& other : all)
-        sameSerial += !camera.serial.isEmpty() && other.serial == camera.serial;
-    return sameSerial == 1 ? camera.serial : camera.node;
-}
-
 struct PathMatch
 {
     QByteArray path;
@@ -242,7 +227,7 @@ CameraServer::Served CameraServer::refresh()
     const QVector<CameraEntry> cameras = CameraSelector::presentCameras();
     QHash<QString, const CameraEntry*> present;
     for (const CameraEntry& camera : cameras)
-        present.insert(identity(camera), &camera);
+        present.insert(camera.identity(), &camera);
     for (auto it = m_served.begin(); it != m_served.end();) {
         if (present.contains(it.key())) {
             ++it;
@@ -256,10 +241,10 @@ CameraServer::Served CameraServer::refresh()
         later(m_inbox, kCloseDelayMs, [path](CameraServer& server) { server.closeClientsOf(QString::fromUtf8(path)); });
     }
     for (const CameraEntry& camera : cameras) {
-        if (m_served.contains(identity(camera)))
+        if (m_served.contains(camera.identity()))
             ++served.served;
         else
-            addMount(camera, selectorOf(camera, cameras), &served);
+            addMount(camera, CameraSelector(cameras).selectorOf(camera), &served);
     }
     return served;
 }
@@ -298,7 +283,7 @@ void CameraServer::addMount(const CameraEntry& camera, const QString& selector, 
         gst_rtsp_media_factory_add_role(factory, kRole, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN, TRUE,
                                         GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE, nullptr);
     gst_rtsp_mount_points_add_factory(m_mounts, path.toUtf8().constData(), factory);
-    m_served.insert(identity(camera), Mount{path, name});
+    m_served.insert(camera.identity(), Mount{path, name});
     ++served->served;
     m_log(QString("Serving %1 at %2 (%3)").arg(name, urlOf(path), described), false);
 }

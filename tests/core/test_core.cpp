@@ -94,6 +94,11 @@ private slots:
         QVERIFY2(several.contains("several") && several.contains("KVC-1080") && several.contains("KVC-4K")
                      && !several.contains("Webcam"),
                  qPrintable(several));
+        QCOMPARE(selector.selectorOf(selector.cameras()[1]), QString("KV-7"));
+        const CameraSelector twins({entry(0, "/dev/video0", "A", "SAME", "usb-1", false),
+                                    entry(1, "/dev/video2", "B", "SAME", "usb-2", false)});
+        QCOMPARE(twins.selectorOf(twins.cameras()[1]), QString("/dev/video2"));
+        QVERIFY(twins.cameras()[0].identity() != twins.cameras()[1].identity());
         const QString none = messageOf<NoSuchCamera>([&] { selector.select("nikon"); });
         QVERIFY2(none.contains("No camera matches") && none.contains("/dev/video4"), qPrintable(none));
         // A number is an index or a serial number, never the "4" of "KVC-4K".
