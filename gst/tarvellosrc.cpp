@@ -4,13 +4,13 @@
 #include "formatcaps.h"
 #include "sourcecamera.h"
 
-#include <badinput.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
 #include <refused.h>
 
 #include <QString>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <memory>
