@@ -10,7 +10,7 @@
 # average is below BENCH_MAX_LOAD before it measures.
 #
 # Settings (environment):
-#   BENCH_SECONDS=30       length of each streaming run
+#   BENCH_SECONDS=30       length of each streaming run (and of each GStreamer measurement)
 #   BENCH_RUNS=5           runs per streaming row; shown and CPU are their median
 #   BENCH_FRAMES=10000     shown frames for the memory measurement
 #   BENCH_DIALOGS=100      settings dialog openings for the memory measurement
@@ -33,10 +33,11 @@ max_load=${BENCH_MAX_LOAD:-0.7}
 wait_minutes=${BENCH_WAIT_MINUTES:-30}
 output=${BENCH_OUTPUT:-bench/RESULTS.md}
 
-scripts/install-deps.sh build bench
+scripts/install-deps.sh build gstreamer bench
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVELLO_SANITIZE=OFF \
     -DTARVELLO_BUILD_TESTS=OFF -DTARVELLO_BUILD_BENCH=ON -DTARVELLO_BUILD_PYTHON=ON >/dev/null
-cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview tarvello_python bench_framecopy bench_waiting
+cmake --build build-bench -j2 --target bench_virtualcamera bench_liveview tarvello_python bench_framecopy bench_waiting \
+    bench_gst tarvello-serve
 
 load1() { cut -d' ' -f1 /proc/loadavg; }
 below() { awk -v a="$1" -v b="$2" 'BEGIN { exit !(a < b) }'; }
@@ -82,6 +83,9 @@ build-bench/bench/bench_virtualcamera 240 | tee "$results/virtualcamera"
 build-bench/bench/bench_virtualcamera 120 3840x2160 | tee "$results/virtualcamera4k"
 echo "bench: tarvello-ctl waiting for frames, $seconds s a run"
 build-bench/bench/waiting/bench_waiting "$seconds" | tee "$results/waiting"
+echo "bench: GStreamer element and RTSP server, $seconds s a measurement"
+GST_REGISTRY=$results/gst-registry.bin build-bench/bench/gst/bench_gst "$seconds" build-bench/serve/tarvello-serve \
+    | tee "$results/gst"
 echo "bench: Python module, $python_rounds rounds per format"
 /usr/bin/python3 bench/python/bench_frames.py build-bench 300 "$python_rounds" | tee "$results/python"
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
@@ -176,6 +180,14 @@ generated=$results/generated.md
     echo "copy or decode alone."
     echo
     grep '^|' "$results/python"
+    echo
+    echo "### GStreamer: tarvellosrc and tarvello-serve (virtual camera, $seconds s a measurement)"
+    echo
+    echo "CPU of the whole process per frame; the plain loop is waitForFrame, getFrame, a copy into memory"
+    echo "of its own (or the core's JPEG decode into RGB) and releaseFrame, in the same process, rounds"
+    echo "taking turns. jpegdec decodes into I420, the core's decoder into RGB (a conversion more)."
+    echo
+    cat "$results/gst"
     echo
     echo "### tarvello-ctl waiting for frames (virtual camera, $seconds s a run)"
     echo

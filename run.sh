@@ -7,7 +7,8 @@ cd "$(dirname "$0")"
 top=$PWD
 
 scripts/install-deps.sh build run
-cmake -S . -B build-run -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVELLO_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B build-run -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVELLO_BUILD_TESTS=OFF \
+    -DTARVELLO_BUILD_GSTREAMER=OFF >/dev/null
 cmake --build build-run -j2 --target tarvello-center
 
 export IMAGEACQUISITION_VIRTUAL_CAMERAS=${IMAGEACQUISITION_VIRTUAL_CAMERAS:-1}

@@ -10,7 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/install-deps.sh build test vivid
+scripts/install-deps.sh build gstreamer test vivid
 rm -rf build-test
 cmake -G Ninja -S . -B build-test -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON -DTARVELLO_SANITIZE=ON -DTARVELLO_BUILD_PYTHON=ON \
     -DTARVELLO_BUILD_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-g1 >/dev/null

@@ -64,11 +64,15 @@ int ProfileCommand::save(const QString& file, const QCommandLineParser& parser, 
 
 int ProfileCommand::load(const QString& file, const QCommandLineParser& parser, CommandOutput& output)
 {
-    QFile input(file);
-    const bool opened = file == "-" ? input.open(stdin, QIODevice::ReadOnly) : input.open(QIODevice::ReadOnly);
-    if (!opened)
-        throw BadInput(QString("Cannot read %1: %2").arg(file, input.errorString()));
-    const QByteArray text = input.readAll();
+    QByteArray text;
+    if (file == "-") {
+        QFile input;
+        if (!input.open(stdin, QIODevice::ReadOnly))
+            throw BadInput(QString("Cannot read standard input: %1").arg(input.errorString()));
+        text = input.readAll();
+    } else {
+        text = Profile::readFile(file);
+    }
 
     const OpenCamera open(device(parser));
     const ProfilePlan plan = Profile::check(open.camera(), open.entry(), text);

@@ -6,9 +6,6 @@
 
 #include <imageacquisition/imageacquisition.h>
 
-#include <QRegularExpression>
-
-#include <cmath>
 
 using namespace ImageAcquisition;
 using namespace Tarvello;
@@ -23,28 +20,9 @@ void StreamFormat::addOptions(QCommandLineParser& parser)
 
 StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& parser)
 {
-    FormatChoice::Request request;
-    if (parser.isSet("format"))
-        request.fourcc = parser.value("format");
-    if (parser.isSet("size")) {
-        const QRegularExpressionMatch size = QRegularExpression("^(\\d+)[xX](\\d+)$").match(parser.value("size"));
-        if (!size.hasMatch())
-            throw BadInput("--size takes WIDTHxHEIGHT (such as 1280x720).");
-        request.size = FormatChoice::Size{size.captured(1).toUInt(), size.captured(2).toUInt()};
-    }
-    if (parser.isSet("interval")) {
-        const QRegularExpressionMatch fraction = QRegularExpression("^(\\d+)/(\\d+)$").match(parser.value("interval"));
-        if (!fraction.hasMatch())
-            throw BadInput("--interval takes N/D (such as 1/30).");
-        request.interval = FormatChoice::Interval{fraction.captured(1).toInt(), fraction.captured(2).toInt()};
-    }
-    if (parser.isSet("fps")) {
-        bool ok = false;
-        const double rate = parser.value("fps").toDouble(&ok);
-        if (!ok || !(rate > 0) || !std::isfinite(rate))
-            throw BadInput("--fps takes a positive rate (such as 30).");
-        request.rate = rate;
-    }
+    const FormatChoice::Request request =
+        FormatChoice::requestFromText(parser.value("format"), parser.value("size"), parser.value("interval"),
+                                      parser.value("fps"));
     const FormatChoice choice(camera, request);
     if (!camera.setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex))
         throw CtlError("The camera refused the format (is it streaming in another program?).", CtlError::kRefused);

@@ -12,7 +12,9 @@ set(CPACK_PACKAGE_DESCRIPTION
     "UVC camera: choice of device, pixel format, resolution and frame interval,\n"
     "snapshots, soft reset, a settings dialog built from the camera's controls, a\n"
     "camera info dialog and a console showing what the camera sends over its USB\n"
-    "serial line. A udev rule gives the user at the seat access to the cameras.")
+    "serial line. A udev rule gives the user at the seat access to the cameras.\n"
+    "Also: tarvello-ctl for the shell, the GStreamer element tarvellosrc with a\n"
+    "device provider, and tarvello-serve, which serves the cameras over RTSP.")
 string(CONCAT CPACK_PACKAGE_DESCRIPTION ${CPACK_PACKAGE_DESCRIPTION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -28,9 +30,16 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "usr/${TARVELLO_INSTALL_PKGLIBDI
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "psmisc")
 # The Python package is an extra: its frames are numpy arrays, but the
 # application does not need Python at all.
+set(recommends)
 if(TARVELLO_BUILD_PYTHON)
-    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python3, python3-numpy")
+    list(APPEND recommends python3 python3-numpy)
 endif()
+# The plugin's and tarvello-serve's pipelines: JPEG, RTP and the RTSP
+# client (good), videoconvert (base), x264enc (ugly).
+if(TARVELLO_BUILD_GSTREAMER)
+    list(APPEND recommends gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-ugly)
+endif()
+string(REPLACE ";" ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS "${recommends}")
 # Plugged cameras get the new rule's access without being replugged. Our own
 # postrm also keeps CPack from adding an ldconfig call for the private
 # libraries, which sit below usr/lib but outside the linker's path.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, if any is missing.
-# Usage: scripts/install-deps.sh GROUP...   (groups: build run test package bench vivid)
+# Usage: scripts/install-deps.sh GROUP...   (groups: build gstreamer run test package bench vivid)
 set -euo pipefail
 
 packages=()
@@ -13,6 +13,15 @@ for group in "$@"; do
                    libv4l-dev libudev-dev libjpeg62-turbo-dev libturbojpeg0-dev psmisc fonts-dejavu-core
                    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
                    python3-dev pybind11-dev python3-numpy) ;;
+    gstreamer)
+        # The GStreamer plugin and the RTSP server (headers), and the
+        # elements their pipelines, tests and README examples use: base
+        # (videoconvert), good (JPEG, RTP, RTSP client, MP4), ugly (x264enc),
+        # tools (gst-launch-1.0, gst-inspect-1.0), base-apps
+        # (gst-device-monitor-1.0).
+        packages+=(libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstrtspserver-1.0-dev
+                   gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+                   gstreamer1.0-plugins-ugly gstreamer1.0-plugins-base-apps) ;;
     run)
         packages+=(xvfb xauth xdotool imagemagick) ;;
     test)

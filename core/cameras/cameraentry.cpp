@@ -4,6 +4,8 @@
 
 #include <imageacquisition/imageacquisition.h>
 
+#include <QStringList>
+
 namespace Tarvello {
 
 CameraEntry CameraEntry::from(const ImageAcquisition::IDevice& device, int index)
@@ -29,6 +31,11 @@ QString CameraEntry::summary() const
     if (!busInfo.isEmpty())
         text += ", " + busInfo;
     return text + ")";
+}
+
+QString CameraEntry::identity() const
+{
+    return QStringList{node, serial, name, busInfo}.join('\n');
 }
 
 } // namespace Tarvello

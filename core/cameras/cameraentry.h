@@ -27,6 +27,9 @@ struct CameraEntry
     static CameraEntry from(const ImageAcquisition::IDevice& device, int index);
     // One line for lists of candidates in messages.
     QString summary() const;
+    // What tells this camera from another, also from one that later gets
+    // the same node or index: for following plugs and unplugs.
+    QString identity() const;
 };
 
 } // namespace Tarvello

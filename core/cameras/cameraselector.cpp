@@ -68,6 +68,14 @@ int CameraSelector::select(const QString& selector) const
     throw NoSuchCamera(QString("No camera matches '%1'. Cameras present:\n%2").arg(wanted, candidates(all)));
 }
 
+QString CameraSelector::selectorOf(const CameraEntry& camera) const
+{
+    int sameSerial = 0;
+    for (const CameraEntry& other : m_cameras)
+        sameSerial += !camera.serial.isEmpty() && other.serial == camera.serial;
+    return sameSerial == 1 ? camera.serial : camera.node;
+}
+
 int CameraSelector::defaultIndex() const
 {
     for (const CameraEntry& camera : m_cameras) {

@@ -26,6 +26,9 @@ public:
     // no camera or several.
     int select(const QString& selector) const;
     const QVector<CameraEntry>& cameras() const { return m_cameras; }
+    // A selector that picks this camera and no other among these: its
+    // serial number where no other camera has it, else its node.
+    QString selectorOf(const CameraEntry& camera) const;
 
 private:
     int defaultIndex() const;

@@ -5,6 +5,7 @@
 
 #include <imageacquisition/imageacquisition.h>
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <cmath>
@@ -48,6 +49,34 @@ bool sameInterval(FormatChoice::Interval a, FormatChoice::Interval b)
 }
 
 } // namespace
+
+FormatChoice::Request FormatChoice::requestFromText(const QString& fourcc, const QString& size,
+                                                    const QString& interval, const QString& rate)
+{
+    Request request;
+    if (!fourcc.isEmpty())
+        request.fourcc = fourcc;
+    if (!size.isEmpty()) {
+        const QRegularExpressionMatch match = QRegularExpression("^(\\d+)[xX](\\d+)$").match(size);
+        if (!match.hasMatch())
+            throw BadInput("--size takes WIDTHxHEIGHT (such as 1280x720).");
+        request.size = Size{match.captured(1).toUInt(), match.captured(2).toUInt()};
+    }
+    if (!interval.isEmpty()) {
+        const QRegularExpressionMatch match = QRegularExpression("^(\\d+)/(\\d+)$").match(interval);
+        if (!match.hasMatch())
+            throw BadInput("--interval takes N/D (such as 1/30).");
+        request.interval = Interval{match.captured(1).toInt(), match.captured(2).toInt()};
+    }
+    if (!rate.isEmpty()) {
+        bool ok = false;
+        const double value = rate.toDouble(&ok);
+        if (!ok || !(value > 0) || !std::isfinite(value))
+            throw BadInput("--fps takes a positive rate (such as 30).");
+        request.rate = value;
+    }
+    return request;
+}
 
 FormatChoice::FormatChoice(ICamera& camera, const Request& request)
 {

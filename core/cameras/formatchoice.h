@@ -30,6 +30,12 @@ public:
         std::optional<double> rate; // frames a second: the closest interval (when no interval is asked for)
     };
 
+    // A request as a command line gives it (--format, --size WIDTHxHEIGHT,
+    // --interval N/D, --fps RATE); an empty text asks for nothing. Throws
+    // BadInput for a text that means no size, interval or rate.
+    static Request requestFromText(const QString& fourcc, const QString& size, const QString& interval,
+                                   const QString& rate);
+
     // Throws BadInput naming what the camera offers when a request matches
     // nothing, or when the camera offers no format, size or interval at all.
     FormatChoice(ImageAcquisition::ICamera& camera, const Request& request);

@@ -9,6 +9,7 @@
 
 #include <imageacquisition/imageacquisition.h>
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
@@ -35,6 +36,14 @@ QJsonObject Profile::save(ICamera& camera, const CameraEntry& entry)
     return QJsonObject{{kMarker, kVersion},
                        {"camera", QJsonObject{{"name", entry.name}, {"serial", entry.serial}}},
                        {"controls", controls}};
+}
+
+QByteArray Profile::readFile(const QString& file)
+{
+    QFile input(file);
+    if (!input.open(QIODevice::ReadOnly))
+        throw BadInput(QString("Cannot read %1: %2").arg(file, input.errorString()));
+    return input.readAll();
 }
 
 ProfilePlan Profile::check(ICamera& camera, const CameraEntry& entry, const QByteArray& json)

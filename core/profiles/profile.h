@@ -28,6 +28,9 @@ class Profile
 public:
     static QJsonObject save(ImageAcquisition::ICamera& camera, const CameraEntry& entry);
 
+    // The text of a profile file; throws BadInput when it cannot be read.
+    static QByteArray readFile(const QString& file);
+
     // Checks the whole profile against the camera before anything is
     // written: malformed JSON, unknown or repeated controls, values of the
     // wrong type or out of range and controls that cannot be written now are

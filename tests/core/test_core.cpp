@@ -5,6 +5,7 @@
 #include <cameraselector.h>
 #include <controlvalueparser.h>
 #include <controlwriter.h>
+#include <formatchoice.h>
 #include <nosuchcamera.h>
 #include <opencamera.h>
 #include <profile.h>
@@ -58,6 +59,22 @@ class TestCtlCore : public QObject
 private slots:
     void initTestCase() { qputenv("IMAGEACQUISITION_VIRTUAL_CAMERAS", "2"); }
 
+    void formatRequestsAreReadFromTextStrictly()
+    {
+        const FormatChoice::Request request = FormatChoice::requestFromText("MJPG", "1280x720", "1/30", "");
+        QCOMPARE(*request.fourcc, QString("MJPG"));
+        QCOMPARE(*request.size, FormatChoice::Size(1280, 720));
+        QCOMPARE(*request.interval, FormatChoice::Interval(1, 30));
+        QVERIFY(!request.rate);
+        QVERIFY(!FormatChoice::requestFromText("", "", "", "").fourcc);
+        QCOMPARE(*FormatChoice::requestFromText("", "", "", "29.97").rate, 29.97);
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "1280", "", ""); }).contains("WIDTHxHEIGHT"));
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "", "30", ""); }).contains("N/D"));
+        QVERIFY(messageOf<BadInput>([] { FormatChoice::requestFromText("", "", "", "-5"); }).contains("positive"));
+        QVERIFY(messageOf<BadInput>([] { Profile::readFile("/nonexistent/lab.json"); })
+                    .startsWith("Cannot read /nonexistent/lab.json"));
+    }
+
     void selectorMatchesEachWayAndRefusesAmbiguity()
     {
         const CameraSelector selector({
@@ -77,6 +94,11 @@ private slots:
         QVERIFY2(several.contains("several") && several.contains("KVC-1080") && several.contains("KVC-4K")
                      && !several.contains("Webcam"),
                  qPrintable(several));
+        QCOMPARE(selector.selectorOf(selector.cameras()[1]), QString("KV-7"));
+        const CameraSelector twins({entry(0, "/dev/video0", "A", "SAME", "usb-1", false),
+                                    entry(1, "/dev/video2", "B", "SAME", "usb-2", false)});
+        QCOMPARE(twins.selectorOf(twins.cameras()[1]), QString("/dev/video2"));
+        QVERIFY(twins.cameras()[0].identity() != twins.cameras()[1].identity());
         const QString none = messageOf<NoSuchCamera>([&] { selector.select("nikon"); });
         QVERIFY2(none.contains("No camera matches") && none.contains("/dev/video4"), qPrintable(none));
         // A number is an index or a serial number, never the "4" of "KVC-4K".

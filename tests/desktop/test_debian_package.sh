@@ -44,6 +44,13 @@ if $python_built; then
         check "package holds tarvello/$file" grep -qE " ./usr/lib/python3/dist-packages/tarvello/$file$" <<<"$contents"
     done
 fi
+if [ -d "$build/gst" ]; then
+    check "package holds the GStreamer plugin in the system's plugin folder" \
+        grep -qE " ./usr/lib/[^ ]*/gstreamer-1.0/libgsttarvello\.so$" <<<"$contents"
+    for path in ./usr/bin/tarvello-serve ./usr/lib/tarvello-center/tarvello-serve ./usr/share/man/man1/tarvello-serve.1.gz; do
+        check "package holds $path" grep -qE " $path( |$)" <<<"$contents"
+    done
+fi
 check "every file belongs to root" bash -c '! grep -v " root/root " <<<"$1"' _ "$contents"
 check "nothing outside /usr" bash -c '! grep -vE " \./(usr/.*)?( |$)" <<<"$1"' _ "$contents"
 
@@ -57,6 +64,12 @@ names=$(tr ',|' '\n\n' <<<"$depends" | awk '{print $1}')
 for dep in psmisc libc6 libstdc++6 libqt5core5a libqt5gui5 libqt5widgets5 libqt5serialport5; do
     check "package depends on $dep" grep -qxF "$dep" <<<"$names"
 done
+if [ -d "$build/gst" ]; then
+    for dep in libgstreamer1.0-0 libgstrtspserver-1.0-0; do
+        check "package depends on $dep" grep -qxF "$dep" <<<"$names"
+    done
+    check "package recommends x264enc's plugins" bash -c 'dpkg-deb -f "$1" Recommends | grep -q gstreamer1.0-plugins-ugly' _ "$deb"
+fi
 check "private libraries are no dependency" bash -c '! grep -qE "imageacquisition|tarvello" <<<"$1"' _ "$depends"
 
 control=$out/control
@@ -70,6 +83,11 @@ root=$out/root
 dpkg-deb -x "$deb" "$root"
 check "packaged program finds all its libraries" \
     bash -c '! ldd "$1" | grep -q "not found"' _ "$root/usr/lib/tarvello-center/tarvello-center"
+if [ -d "$build/gst" ]; then
+    check "packaged GStreamer plugin finds the camera layer" \
+        bash -c '[ "$(readlink -f "$(ldd "$1" | sed -n "s/.*libimageacquisition.so => \(.*\) (0x.*/\1/p")")" = "$(readlink -f "$2")/usr/lib/tarvello-center/libimageacquisition.so" ] && ! ldd "$1" | grep -q "not found"' \
+        _ "$(ls "$root"/usr/lib/*/gstreamer-1.0/libgsttarvello.so)" "$root"
+fi
 if $python_built; then
     check "packaged Python module finds the camera layer" \
         bash -c 'ldd "$1" | grep -qF "libimageacquisition.so => $2/" && ! ldd "$1" | grep -q "not found"' \

@@ -61,6 +61,25 @@ check "tarvello-ctl man page renders without warnings" \
     bash -c 'out=$(zcat "$1" | groff -man -Tutf8 -ww -z 2>&1) && [ -z "$out" ]' _ "$stage/share/man/man1/tarvello-ctl.1.gz"
 check "bash completion is installed and parses" bash -n "$stage/share/bash-completion/completions/tarvello-ctl"
 
+# The GStreamer plugin in GStreamer's plugin directory under the prefix,
+# finding the camera layer in the private folder; tarvello-serve beside
+# the program. Both only in builds with GStreamer.
+if [ -e "$stage/bin/tarvello-serve" ]; then
+    plugin=$(find "$stage/lib" -path "*/gstreamer-1.0/libgsttarvello.so" | head -n 1)
+    check "the GStreamer plugin is in a gstreamer-1.0 folder of the prefix" test -f "$plugin"
+    check "the plugin finds every library" bash -c '! ldd "$1" | grep -q "not found"' _ "$plugin"
+    check "the plugin loads the camera layer from the private folder" \
+        bash -c '[ "$(readlink -f "$(ldd "$1" | sed -n "s/.*libimageacquisition.so => \(.*\) (0x.*/\1/p")")" = "$(readlink -f "$2")/libimageacquisition.so" ]' _ "$plugin" "$pkglib"
+    check "the plugin looks for the layer relative to itself" \
+        bash -c 'readelf -d "$1" | grep -E "R(UN)?PATH" | grep -qF "[\$ORIGIN/"' _ "$plugin"
+    check "tarvello-serve is installed in the private folder" test -x "$pkglib/tarvello-serve"
+    check "tarvello-serve launcher passes the shell's syntax check" sh -n "$stage/bin/tarvello-serve"
+    check "tarvello-serve runs through its launcher" \
+        bash -c '"$1" --help | grep -q "rtsp://HOST:PORT/SERIAL"' _ "$stage/bin/tarvello-serve"
+    check "tarvello-serve man page renders without warnings" \
+        bash -c 'out=$(zcat "$1" | groff -man -Tutf8 -ww -z 2>&1) && [ -z "$out" ]' _ "$stage/share/man/man1/tarvello-serve.1.gz"
+fi
+
 # The rule must carry the very vendor id the camera layer recognises.
 rule=$stage/lib/udev/rules.d/70-tarvello-center.rules
 vendor=$(sed -n 's/.*kKelvaneUsbVendorIdText *= *"\([0-9a-fA-F]*\)".*/\1/p' "$header")
