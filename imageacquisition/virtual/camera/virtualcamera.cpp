@@ -5,6 +5,7 @@
 #include "monotonicclock.h"
 #include "virtualdevice.h"
 #include "virtualunit.h"
+#include "virtualusbbus.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -129,6 +130,20 @@ int VirtualCamera::startStreaming()
         return -EINVAL;
     if (m_streaming)
         return 0;
+    // What a camera on a crowded bus meets at this point: uvcvideo asks the
+    // bus for the stream's bandwidth when it starts it.
+    UsbBandwidth::Stream stream;
+    stream.name = m_device->getName();
+    stream.serial = m_device->getSerial();
+    stream.node = m_device->getSystemName();
+    stream.format = std::string(format().getFourCC()) + " " + std::to_string(resolution().getWidth()) + "x"
+                    + std::to_string(resolution().getHeight()) + " at " + std::to_string(interval().getNumerator())
+                    + "/" + std::to_string(interval().getDenominator());
+    stream.bytesPerSecond =
+        UsbBandwidth::estimate(format().isCompressed(), resolution().getWidth(), resolution().getHeight(),
+                               resolution().getBytesPerLine(), interval().getNumerator(), interval().getDenominator());
+    if (const int refused = VirtualUsbBus::instance().reserve(m_unit.get(), stream))
+        return refused;
     const double rate = double(resolution().getWidth()) * resolution().getHeight() * interval().getDenominator()
                         / interval().getNumerator();
     m_unit->state().streamStarted(caption(), rate / kFullPixelRate);
@@ -226,6 +241,7 @@ void VirtualCamera::stop()
         return;
     m_streaming = false;
     m_unit->state().streamStopped();
+    VirtualUsbBus::instance().release(m_unit.get());
 }
 
 void VirtualCamera::freeBuffers()
