@@ -1,5 +1,7 @@
 #include "framestream.h"
 
+#include <busadvice.h>
+#include <busfull.h>
 #include <cameraselector.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
@@ -35,6 +37,8 @@ FrameStream::FrameStream(IStreamingCamera& camera, const QString& cameraNode, do
         fail("Allocating buffers", status);
     if (const int status = m_camera.startStreaming()) {
         m_camera.releaseBuffers();
+        if (status == -ENOSPC)
+            throw BusFull(BusAdvice::explain(m_camera));
         fail("Starting the stream", status);
     }
     m_sinceFrame.start();

@@ -6,6 +6,8 @@
 #include "streamtimeout.h"
 
 #include <imageacquisition/imageacquisition.h>
+#include <busadvice.h>
+#include <busfull.h>
 #include <refused.h>
 
 #include <algorithm>
@@ -69,6 +71,10 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
         m_camera->releaseStream();
         if (result == -ENODEV || !m_camera->isPresent())
             throw CameraGone(m_camera->goneMessage());
+        if (result == -ENOSPC) {
+            const std::lock_guard<std::mutex> lock(m_camera->mutex());
+            throw Tarvello::BusFull(Tarvello::BusAdvice::explain(m_camera->camera()));
+        }
         throw Tarvello::Refused(QString("The camera cannot stream: %1.").arg(QString::fromStdString(errnoText(result))));
     }
     m_open = true;

@@ -19,6 +19,9 @@ class CameraGone(CameraNotFound):
 class Refused(RuntimeError):
     """Well-formed input the camera will not take now."""
 
+class BusFull(Refused):
+    """The camera's USB bus has no bandwidth left for the stream."""
+
 class CameraInfo:
     """A camera present when cameras() was called."""
     @property

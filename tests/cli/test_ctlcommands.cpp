@@ -2,12 +2,14 @@
 // camera can be unplugged under them, and the stream arithmetic of stats.
 #include <cameraselector.h>
 #include <commandoutput.h>
+#include <opencamera.h>
 #include <ctlprogram.h>
 #include <frameimage.h>
 #include <streamformat.h>
 #include <streamstatistics.h>
 #include <videorecorder.h>
 
+#include <imageacquisition/imageacquisition.h>
 #include <imageacquisition/virtualcameras.h>
 
 #include <QDir>
@@ -208,6 +210,37 @@ private slots:
         QCOMPARE(runCommand({"grab", "-d", lastSerial(), "--format", "MJPG", "--size", "320x240", "-o", dir.path()})
                      .status,
                  0);
+    }
+
+    void aFullBusIsExplained()
+    {
+        // Two cameras on the virtual cameras' simulated bus, room for one
+        // YUYV 1280x720 stream at 1/30 (55.3 MB/s) but not two.
+        qputenv("IMAGEACQUISITION_VIRTUAL_USB_BUS", "70M");
+        const QVector<Tarvello::CameraEntry> cameras = Tarvello::CameraSelector::presentCameras();
+        const Tarvello::CameraEntry& first = cameras.at(cameras.size() - 2);
+        Tarvello::OpenCamera busy(first.serial);
+        const QStringList format{"--format", "YUYV", "--size", "1280x720", "--interval", "1/30"};
+        QCommandLineParser parser;
+        StreamFormat::addOptions(parser);
+        QVERIFY(parser.parse(QStringList{"x"} + format));
+        StreamFormat::choose(busy.camera(), parser);
+        QCOMPARE(busy.camera().allocateBuffers(2), 0);
+        QCOMPARE(busy.camera().startStreaming(), 0);
+
+        const Run refused = runCommand(QStringList{"grab", "-d", lastSerial(), "-o", QDir::tempPath()} + format);
+        busy.camera().stopStreaming();
+        busy.camera().releaseBuffers();
+        const Run doctor = runCommand({"doctor"});
+        qunsetenv("IMAGEACQUISITION_VIRTUAL_USB_BUS");
+        QCOMPARE(refused.status, 4);
+        QVERIFY2(refused.err.contains("has no bandwidth left for YUYV 1280x720 at 1/30 (about 55.3 MB/s)")
+                     && refused.err.contains(first.serial + ") streams YUYV 1280x720 at 1/30, 55.3 MB/s")
+                     && refused.err.contains("These fit: MJPG 1280x720 at 1/30 (about 13.8 MB/s), YUYV 320x240 at "
+                                             "1/30 (about 4.6 MB/s), YUYV 1280x720 at 2/15 (about 13.8 MB/s)"),
+                 qPrintable(refused.err));
+        QVERIFY2(doctor.out.contains("the virtual cameras' USB bus (simulated)") && doctor.out.contains("carries"),
+                 qPrintable(doctor.out));
     }
 
     void damagedFramesAreLeftOutNotDecoded()

@@ -195,3 +195,20 @@ def test_no_memory_growth_over_ten_thousand_frames():
     assert sum(counts) >= 10_000
     growth = rss_kib() - baseline["rss"]
     assert growth < 8 * 1024, f"resident set grew by {growth} KiB"
+
+
+def test_a_full_bus_names_what_else_streams(camera, monkeypatch):
+    second_index = tarvello._testing.plug()
+    second = tarvello.open(tarvello.cameras()[-1].serial)
+    try:
+        monkeypatch.setenv("IMAGEACQUISITION_VIRTUAL_USB_BUS", "70M")
+        with camera.stream(fmt="YUYV", size=(1280, 720), interval=(1, 30)):
+            with pytest.raises(tarvello.BusFull) as refused:
+                second.stream(fmt="YUYV", size=(1280, 720), interval=(1, 30))
+            assert camera.info.serial in str(refused.value)
+            assert "MJPG 1280x720 at 1/30" in str(refused.value)
+            # What fits, starts.
+            with second.stream(fmt="MJPG", size=(1280, 720), interval=(1, 30)) as frames:
+                assert next(frames).width == 1280
+    finally:
+        tarvello._testing.unplug(second_index)
