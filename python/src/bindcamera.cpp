@@ -372,13 +372,18 @@ void bindCamera(py::module_& module)
         .def("__repr__", [](const PyCamera& c) { return "<tarvello.Camera " + c.entry().summary().toStdString() + ">"; });
 
     module.def(
-        "open", [](const py::object& selector) { return std::make_shared<PyCamera>(selectorText(selector)); },
-        py::arg("selector") = py::none(),
+        "open",
+        [](const py::object& selector, bool storedProfile) {
+            return std::make_shared<PyCamera>(selectorText(selector), storedProfile);
+        },
+        py::arg("selector") = py::none(), py::kw_only(), py::arg("stored_profile") = true,
         "Opens a camera chosen as tarvello-ctl chooses: by index, device node (/dev/video2 or video2), "
         "serial number, bus info, or a unique part of its name (a number is an index or a serial number "
         "only); none (or '') picks the first of Kelvane's "
         "cameras, else the first camera. Raises CameraNotFound (listing the candidates) when the selector "
-        "names no single camera, Refused when the camera cannot be opened.");
+        "names no single camera, Refused when the camera cannot be opened. The camera's stored profile for "
+        "this user ($XDG_CONFIG_HOME/tarvello/cameras/SERIAL.json, kept by 'tarvello-ctl profile store') is "
+        "applied unless stored_profile is False; ValueError or Refused when it does not fit the camera.");
 }
 
 } // namespace TarvelloPython

@@ -5,6 +5,7 @@
 #include <imageacquisition/imageacquisition.h>
 #include <layertext.h>
 #include <refused.h>
+#include <storedprofile.h>
 
 #include <QString>
 
@@ -14,9 +15,17 @@ namespace TarvelloPython {
 
 using namespace ImageAcquisition;
 
-PyCamera::PyCamera(const std::string& selector)
+PyCamera::PyCamera(const std::string& selector, bool storedProfile)
     : m_open(std::make_unique<Tarvello::OpenCamera>(QString::fromStdString(selector)))
 {
+    if (!storedProfile || entry().serial.isEmpty())
+        return;
+    const Tarvello::StoredProfile profile(entry(), Tarvello::StoredProfile::Scope::User);
+    const std::optional<Tarvello::WriteOutcome> outcome = profile.apply(camera());
+    if (outcome && !outcome->complete())
+        throw Tarvello::Refused("The stored profile " + profile.path() + " was applied only in part; the camera "
+                                "is left as listed.\n" + outcome->report(),
+                                outcome->written);
 }
 
 PyCamera::~PyCamera() = default;

@@ -18,8 +18,11 @@ namespace TarvelloPython {
 class PyCamera
 {
 public:
-    // Selection as tarvello-ctl does it; throws the core's NoSuchCamera or Refused.
-    explicit PyCamera(const std::string& selector);
+    // Selection as tarvello-ctl does it; throws the core's NoSuchCamera or
+    // Refused. With storedProfile, the user's stored profile of the camera,
+    // if it has one, is applied (checked whole first; BadInput or Refused
+    // when it does not fit the camera).
+    PyCamera(const std::string& selector, bool storedProfile);
     ~PyCamera();
     PyCamera(const PyCamera&) = delete;
     PyCamera& operator=(const PyCamera&) = delete;

@@ -193,8 +193,9 @@ class CameraWatch:
 def cameras() -> list[CameraInfo]:
     """The cameras present now."""
 
-def open(selector: Optional[Union[str, int]] = None) -> Camera:
-    """Opens a camera by index (0 or more), node, serial, bus info or a unique part of its name."""
+def open(selector: Optional[Union[str, int]] = None, *, stored_profile: bool = True) -> Camera:
+    """Opens a camera by index (0 or more), node, serial, bus info or a unique part of its name,
+    and applies its stored profile for this user unless stored_profile is False."""
 
 def watch() -> CameraWatch:
     """Starts watching for cameras plugged in or out."""

@@ -243,6 +243,44 @@ private slots:
                  qPrintable(doctor.out));
     }
 
+    void storedProfileComesBackAfterAReboot()
+    {
+        QTemporaryDir config;
+        qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+        qputenv("TARVELLO_SYSTEM_PROFILE_DIR", (config.path() + "/system").toLocal8Bit());
+        const QString serial = lastSerial();
+        const QString stored = config.filePath("tarvello/cameras/" + serial + ".json");
+        QCOMPARE(runCommand({"set", "-d", serial, "brightness=33"}).status, 0);
+        const Run store = runCommand({"profile", "store", "-d", serial});
+        QCOMPARE(store.status, 0);
+        QVERIFY2(QFile::exists(stored) && store.out.contains(stored), qPrintable(store.out));
+        QVERIFY(runCommand({"profile", "show", "--stored", "-d", serial}).out.contains("\"Brightness\""));
+        QCOMPARE(runCommand({"profile", "show", "--stored", "--system", "-d", serial}).status, 1); // none kept for all
+
+        // A reboot brings the camera back with the same serial number and its defaults.
+        const QString line = QString::fromStdString(
+            ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+        // As "echo reboot > /dev/ttyACM0" does it: the line is closed at once.
+        QFile terminal(line);
+        QVERIFY(terminal.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && terminal.write("reboot\r") == 7);
+        terminal.close();
+        QTRY_VERIFY_WITH_TIMEOUT(runCommand({"get", "-d", serial, "brightness"}).out.contains("Brightness = 0"), 8000);
+        const Run apply = runCommand({"profile", "apply", "--stored", "-d", serial});
+        QVERIFY2(apply.status == 0 && apply.out.contains("set Brightness = 33"), qPrintable(apply.out + apply.err));
+        QVERIFY(runCommand({"get", "-d", serial, "brightness"}).out.contains("Brightness = 33"));
+
+        QCOMPARE(runCommand({"profile", "forget", "-d", serial}).status, 0);
+        QVERIFY(!QFile::exists(stored));
+        const Run none = runCommand({"profile", "apply", "--stored", "-d", serial});
+        QVERIFY(none.status == 0 && none.out.contains("nothing to apply"));
+        QCOMPARE(runCommand({"profile", "apply", "-d", serial}).status, 2); // apply takes --stored
+        QCOMPARE(runCommand({"profile", "store", "--system", "-d", serial}).status, 0);
+        QVERIFY(QFile::exists(config.filePath("system/" + serial + ".json")));
+        QCOMPARE(runCommand({"set", "-d", serial, "brightness=0"}).status, 0);
+        qunsetenv("XDG_CONFIG_HOME");
+        qunsetenv("TARVELLO_SYSTEM_PROFILE_DIR");
+    }
+
     void damagedFramesAreLeftOutNotDecoded()
     {
         StreamFormat rgb;
