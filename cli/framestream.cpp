@@ -89,9 +89,9 @@ void FrameStream::checkAlive()
                        CtlError::kFailed);
 }
 
-int FrameStream::patienceMs() const
+int FrameStream::patienceFor(double rate)
 {
-    return qMax(1000, int(5000.0 / qMax(m_rate, 0.01)));
+    return qMax(1000, int(5000.0 / qMax(rate, 0.01)));
 }
 
 void FrameStream::release(IFrame* frame)

@@ -53,7 +53,7 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
 
     m_camera->claimStream();
     // Watching starts before streaming, so that an unplugging in between is not missed.
-    m_events = std::make_unique<CameraEvents>();
+    m_events = std::make_unique<Tarvello::CameraEvents>();
     m_removalsSeen = m_events->removals();
     int result = 0;
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cameraevents.h"
+#include <cameraevents.h>
 #include "frame.h"
 #include "frameconverter.h"
 
@@ -51,7 +51,7 @@ private:
     std::shared_ptr<PyCamera> m_camera;
     FrameConverter::Layout m_layout;
     std::unique_ptr<FrameConverter> m_converter;
-    std::unique_ptr<CameraEvents> m_events;
+    std::unique_ptr<Tarvello::CameraEvents> m_events;
     std::chrono::steady_clock::duration m_timeout;
     unsigned long long m_removalsSeen = 0;
     bool m_open = false;

@@ -69,6 +69,31 @@ Run runAndUnplugAfter(const QStringList& arguments, int milliseconds)
     return runAndUnplugWhen(arguments, [clock, milliseconds] { return clock.elapsed() >= milliseconds; });
 }
 
+// Runs the command while another thread reboots the last camera through its
+// serial line after the given time: it leaves and comes back 1.5 s later
+// with the same serial number.
+Run runAndRebootAfter(const QStringList& arguments, int milliseconds)
+{
+    const QString line = QString::fromStdString(
+        ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+    std::atomic<bool> done{false};
+    std::thread rebooter([&] {
+        for (int waited = 0; waited < milliseconds && !done; waited += 20)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        QFile terminal(line);
+        if (!done && terminal.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            terminal.write("reboot\r");
+    });
+    Run run{0, QString(), QString()};
+    {
+        CommandOutput output(&run.out, &run.err);
+        run.status = CtlProgram().run(QStringList{"tarvello-ctl"} + arguments, output);
+    }
+    done = true;
+    rebooter.join();
+    return run;
+}
+
 Run runCommand(const QStringList& arguments)
 {
     Run run{0, QString(), QString()};
@@ -279,6 +304,51 @@ private slots:
         QCOMPARE(runCommand({"set", "-d", serial, "brightness=0"}).status, 0);
         qunsetenv("XDG_CONFIG_HOME");
         qunsetenv("TARVELLO_SYSTEM_PROFILE_DIR");
+    }
+
+    void streamsFollowTheirCameraBack()
+    {
+        if (ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1).empty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        QTemporaryDir dir;
+        const QString file = dir.filePath("followed.mkv");
+        const Run record = runAndRebootAfter({"record", "-d", lastSerial(), "--follow", "10", "--duration", "3",
+                                              "--format", "MJPG", "--size", "320x240", "-o", file},
+                                             800);
+        QVERIFY2(record.status == 0, qPrintable(record.err));
+        QVERIFY2(record.err.contains("was unplugged; waiting for it to come back (up to 10 s)")
+                     && record.err.contains("is back"),
+                 qPrintable(record.err));
+        const QString ffprobe = QStandardPaths::findExecutable("ffprobe");
+        if (!ffprobe.isEmpty()) {
+            // One playable file whose time stamps keep the time away.
+            QProcess probe;
+            probe.start(ffprobe, {"-v", "error", "-select_streams", "v:0", "-show_entries", "packet=pts_time", "-of",
+                                  "csv=p=0", file});
+            QVERIFY(probe.waitForFinished(30000));
+            QCOMPARE(probe.exitCode(), 0);
+            QList<double> times;
+            for (const QByteArray& row : probe.readAllStandardOutput().trimmed().split('\n'))
+                times << row.toDouble();
+            double widest = 0;
+            for (int i = 1; i < times.size(); ++i)
+                widest = qMax(widest, times[i] - times[i - 1]);
+            QVERIFY2(times.size() > 20 && widest > 1.0, qPrintable(QString("%1 frames, widest gap %2 s")
+                                                                     .arg(times.size())
+                                                                     .arg(widest)));
+        }
+
+        const Run stats = runAndRebootAfter({"stats", "-d", lastSerial(), "--follow", "--duration", "3", "--format",
+                                             "MJPG", "--size", "320x240"},
+                                            800);
+        QVERIFY2(stats.status == 0, qPrintable(stats.err));
+        QVERIFY2(stats.out.contains(QRegularExpression("outages: +1, [0-9.]+ s without the camera, about [1-9]")),
+                 qPrintable(stats.out));
+
+        // Without --follow: the message and exit status of an unplug, as before.
+        const Run grab = runAndRebootAfter({"grab", "-d", lastSerial(), "--duration", "4", "-o", dir.path()}, 500);
+        QCOMPARE(grab.status, 3);
+        QCOMPARE(runCommand({"grab", "-d", lastSerial(), "--follow=-1"}).status, 2);
     }
 
     void damagedFramesAreLeftOutNotDecoded()
