@@ -5,10 +5,13 @@
 #include "pycamera.h"
 #include "streamtimeout.h"
 
-#include <imageacquisition/imageacquisition.h>
 #include <busadvice.h>
 #include <busfull.h>
+#include <camerareturn.h>
+#include <imageacquisition/imageacquisition.h>
 #include <refused.h>
+
+#include <pybind11/pybind11.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +23,7 @@ namespace TarvelloPython {
 
 using namespace ImageAcquisition;
 using Clock = std::chrono::steady_clock;
+namespace py = pybind11;
 
 namespace {
 
@@ -30,27 +34,46 @@ std::string errnoText(int result)
 
 } // namespace
 
-FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers)
-    : m_camera(std::move(camera))
+FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers,
+                         std::optional<double> followSeconds)
+    : m_camera(std::move(camera)), m_buffers(buffers)
 {
     if (!(timeoutSeconds > 0.0) || !std::isfinite(timeoutSeconds))
         throw std::invalid_argument("timeout must be a positive number of seconds");
     if (buffers < 1 || buffers > 32)
         throw std::invalid_argument("buffers must be between 1 and 32");
+    if (followSeconds && (*followSeconds < 0.0 || !std::isfinite(*followSeconds)))
+        throw std::invalid_argument("follow must be True or a positive number of seconds");
     m_timeout = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(timeoutSeconds));
+    if (followSeconds)
+        m_follow = *followSeconds > 0.0 ? std::optional<Clock::duration>(std::chrono::duration_cast<Clock::duration>(
+                                              std::chrono::duration<double>(*followSeconds)))
+                                        : std::nullopt;
 
     {
         const std::lock_guard<std::mutex> lock(m_camera->mutex());
         IStreamingCamera& cam = m_camera->camera();
         IPixelFormat* format = cam.getFormat(cam.getCurrentFormatIndex());
         IResolution* resolution = format ? format->getResolution(cam.getCurrentResolutionIndex()) : nullptr;
+        IFrameInterval* interval = resolution ? resolution->getFrameInterval(cam.getCurrentFrameIntervalIndex()) : nullptr;
         m_layout.fourcc = format && format->getFourCC() ? format->getFourCC() : "";
         m_layout.width = resolution ? int(resolution->getWidth()) : 0;
         m_layout.height = resolution ? int(resolution->getHeight()) : 0;
         m_layout.bytesPerLine = resolution ? resolution->getBytesPerLine() : 0;
+        if (interval)
+            m_interval = Tarvello::FormatChoice::Interval{interval->getNumerator(), interval->getDenominator()};
     }
     m_converter = std::make_unique<FrameConverter>(m_layout, decode);
+    // Watching for the camera's return starts with the stream, so that a
+    // quick one is not missed.
+    if (m_follow)
+        m_return = std::make_unique<Tarvello::CameraReturn>(m_camera->entry());
+    startCamera();
+    m_open = true;
+}
 
+void FrameStream::startCamera()
+{
     m_camera->claimStream();
     // Watching starts before streaming, so that an unplugging in between is not missed.
     m_events = std::make_unique<Tarvello::CameraEvents>();
@@ -59,7 +82,7 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
     {
         const std::lock_guard<std::mutex> lock(m_camera->mutex());
         IStreamingCamera& cam = m_camera->camera();
-        result = cam.allocateBuffers(buffers);
+        result = cam.allocateBuffers(m_buffers);
         if (result == 0) {
             result = cam.startStreaming();
             if (result != 0)
@@ -77,7 +100,52 @@ FrameStream::FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double t
         }
         throw Tarvello::Refused(QString("The camera cannot stream: %1.").arg(QString::fromStdString(errnoText(result))));
     }
-    m_open = true;
+    m_gone = false;
+}
+
+void FrameStream::stopCamera()
+{
+    {
+        // Results are not looked at: a camera that went away is stopped all the same.
+        const std::lock_guard<std::mutex> lock(m_camera->mutex());
+        m_camera->camera().stopStreaming();
+        m_camera->camera().releaseBuffers();
+    }
+    m_events.reset();
+    m_camera->releaseStream();
+}
+
+void FrameStream::followBack()
+{
+    stopCamera();
+    const std::optional<Clock::time_point> deadline =
+        *m_follow ? std::optional<Clock::time_point>(Clock::now() + **m_follow) : std::nullopt;
+    std::optional<Tarvello::CameraEntry> back;
+    while (!back) {
+        if (m_closeRequested)
+            return;
+        // In slices, so that Ctrl-C and close() are heard.
+        Clock::duration slice = GilFreeWait::kSignalCheckPeriod;
+        if (deadline)
+            slice = std::max(Clock::duration::zero(), std::min(slice, *deadline - Clock::now()));
+        {
+            py::gil_scoped_release released;
+            back = m_return->wait(std::chrono::duration_cast<std::chrono::milliseconds>(slice),
+                                  [this] { return m_closeRequested.load(); });
+        }
+        if (PyErr_CheckSignals() != 0)
+            throw py::error_already_set();
+        if (!back && deadline && Clock::now() >= *deadline)
+            throw CameraGone(m_camera->goneMessage() + " It did not come back within "
+                             + std::to_string(std::chrono::duration<double>(**m_follow).count()) + " s.");
+    }
+    {
+        py::gil_scoped_release released;
+        m_camera->reopen(*back);
+    }
+    m_camera->setFormat(m_layout.fourcc, Tarvello::FormatChoice::Size{unsigned(m_layout.width), unsigned(m_layout.height)},
+                        m_interval);
+    startCamera();
 }
 
 FrameStream::~FrameStream()
@@ -97,14 +165,7 @@ void FrameStream::stop()
     if (!m_open)
         return;
     m_open = false;
-    {
-        // Results are not looked at: a camera that went away is stopped all the same.
-        const std::lock_guard<std::mutex> lock(m_camera->mutex());
-        m_camera->camera().stopStreaming();
-        m_camera->camera().releaseBuffers();
-    }
-    m_events.reset();
-    m_camera->releaseStream();
+    stopCamera();
 }
 
 void FrameStream::pause(Clock::duration limit)
@@ -165,12 +226,26 @@ std::optional<Frame> FrameStream::next()
         throw std::logic_error("the stream is already being read by another thread");
     FrameConverter::Destination destination = m_converter->prepare();
     Frame frame;
-    const Clock::time_point deadline = Clock::now() + m_timeout;
     bool taken = false;
     try {
-        taken = GilFreeWait::until(
-            deadline, [&] { return tryTake(destination, frame); },
-            [&](Clock::duration limit) { pause(limit); });
+        for (;;) {
+            try {
+                taken = GilFreeWait::until(
+                    Clock::now() + m_timeout, [&] { return tryTake(destination, frame); },
+                    [&](Clock::duration limit) { pause(limit); });
+                // A camera unplugged without a report (or before watching
+                // began) shows up as silence: it is told apart from a slow one here.
+                if (!taken && !m_closeRequested && !m_camera->isPresent()) {
+                    m_gone = true;
+                    throw CameraGone(m_camera->goneMessage());
+                }
+                break;
+            } catch (const CameraGone&) {
+                if (!m_follow || m_closeRequested)
+                    throw;
+            }
+            followBack();
+        }
     } catch (...) {
         m_waiting = false;
         throw;
@@ -180,16 +255,9 @@ std::optional<Frame> FrameStream::next()
         stop();
         return std::nullopt;
     }
-    if (!taken) {
-        // A camera unplugged without a report (or before watching began)
-        // shows up as silence: it is told apart from a slow one here.
-        if (!m_camera->isPresent()) {
-            m_gone = true;
-            throw CameraGone(m_camera->goneMessage());
-        }
+    if (!taken)
         throw StreamTimeout("no frame came within "
                             + std::to_string(std::chrono::duration<double>(m_timeout).count()) + " s");
-    }
     m_converter->finish(destination, frame);
     return frame;
 }

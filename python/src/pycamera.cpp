@@ -16,9 +16,24 @@ namespace TarvelloPython {
 using namespace ImageAcquisition;
 
 PyCamera::PyCamera(const std::string& selector, bool storedProfile)
-    : m_open(std::make_unique<Tarvello::OpenCamera>(QString::fromStdString(selector)))
+    : m_open(std::make_unique<Tarvello::OpenCamera>(QString::fromStdString(selector))), m_storedProfile(storedProfile)
 {
-    if (!storedProfile || entry().serial.isEmpty())
+    applyStoredProfile();
+}
+
+void PyCamera::reopen(const Tarvello::CameraEntry& returned)
+{
+    auto reopened = std::make_unique<Tarvello::OpenCamera>(returned.serial);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_left.push_back(std::move(m_open));
+    m_open = std::move(reopened);
+    ++m_generation;
+    applyStoredProfile();
+}
+
+void PyCamera::applyStoredProfile()
+{
+    if (!m_storedProfile || entry().serial.isEmpty())
         return;
     const Tarvello::StoredProfile profile(entry(), Tarvello::StoredProfile::Scope::User);
     const std::optional<Tarvello::WriteOutcome> outcome = profile.apply(camera());

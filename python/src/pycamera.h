@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace TarvelloPython {
 
@@ -28,6 +29,14 @@ public:
     PyCamera& operator=(const PyCamera&) = delete;
 
     ImageAcquisition::IStreamingCamera& camera() const { return m_open->camera(); }
+    // Counts the times the camera was opened again after it came back
+    // (a stream that follows it); objects that hold a control compare it.
+    unsigned generation() const { return m_generation; }
+    // Opens the camera again after it came back (found by its serial
+    // number), with the user's stored profile if it was opened with it. The
+    // camera object that left stays alive with this one, so that nothing
+    // taken from it dangles. Holds mutex() itself.
+    void reopen(const Tarvello::CameraEntry& returned);
     const Tarvello::CameraEntry& entry() const { return m_open->entry(); }
     std::mutex& mutex() const { return m_mutex; }
 
@@ -51,7 +60,12 @@ public:
     void ensurePresent() const;
 
 private:
+    void applyStoredProfile();
+
     std::unique_ptr<Tarvello::OpenCamera> m_open;
+    std::vector<std::unique_ptr<Tarvello::OpenCamera>> m_left;
+    bool m_storedProfile = false;
+    unsigned m_generation = 0;
     mutable std::mutex m_mutex;
     bool m_streaming = false;
 };

@@ -14,14 +14,31 @@ namespace TarvelloPython {
 using namespace ImageAcquisition;
 
 PyControl::PyControl(std::shared_ptr<PyCamera> camera, ICameraControl* control)
-    : m_camera(std::move(camera)), m_control(control)
+    : m_camera(std::move(camera)), m_control(control), m_generation(m_camera->generation())
 {
+}
+
+ICameraControl& PyControl::current() const
+{
+    if (m_generation != m_camera->generation()) {
+        const QByteArray name = m_control->getName() ? QByteArray(m_control->getName()) : QByteArray();
+        IStreamingCamera& camera = m_camera->camera();
+        for (int i = 0; i < camera.getControlCount(); ++i) {
+            ICameraControl* candidate = camera.getControl(i);
+            if (candidate && candidate->getName() && name == candidate->getName()) {
+                m_control = candidate;
+                break;
+            }
+        }
+        m_generation = m_camera->generation();
+    }
+    return *m_control;
 }
 
 Tarvello::ControlDescription PyControl::describe() const
 {
     const std::lock_guard<std::mutex> lock(m_camera->mutex());
-    return Tarvello::ControlDescription::of(*m_control);
+    return Tarvello::ControlDescription::of(current());
 }
 
 py::object PyControl::toPython(const Tarvello::ControlDescription& d)
@@ -82,7 +99,7 @@ void PyControl::refresh()
 {
     const std::lock_guard<std::mutex> lock(m_camera->mutex());
     m_camera->ensurePresent();
-    m_control->refresh();
+    current().refresh();
 }
 
 void PyControl::writeAll(PyCamera& camera, const QVector<QPair<QString, QString>>& assignments)

@@ -212,3 +212,25 @@ def test_a_full_bus_names_what_else_streams(camera, monkeypatch):
                 assert next(frames).width == 1280
     finally:
         tarvello._testing.unplug(second_index)
+
+
+def test_a_followed_stream_goes_on_after_a_reboot(camera, plugged):
+    info, index = plugged
+    line = _testing.serial_line_path(index)
+    if not line:
+        pytest.skip("the virtual camera got no pseudo-terminal here")
+    brightness = camera.controls["Brightness"]
+    numbers = []
+    with camera.stream(fmt="MJPG", size=(W, H), interval=(1, 30), timeout=3, follow=10) as frames:
+        for frame in frames:
+            numbers.append(frame.number)
+            if len(numbers) == 3:
+                with open(line, "w") as terminal:  # the camera reboots: it leaves and comes back
+                    terminal.write("reboot\r")
+            if len(numbers) > 3 and frame.number < numbers[-2]:
+                break  # the returned camera numbers its frames anew
+    assert len(numbers) > 3
+    # The camera object and its controls are the returned camera's now.
+    brightness.value = 7
+    assert camera.controls["Brightness"].value == 7
+    assert tarvello.cameras()[-1].serial == info.serial
