@@ -5,6 +5,7 @@
 
 #include <assertfailureexception.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace ImageAcquisition {
@@ -130,7 +131,31 @@ int V4l2Control::extended(unsigned long request, v4l2_ext_control& control) cons
 
 std::string V4l2Control::refusal(int error) const
 {
-    return "Cannot set control '" + m_name + "': " + std::strerror(-error);
+    // uvcvideo passes on why the camera refused a request as an errno of
+    // its own choosing (UVC's request error codes); their system texts
+    // ("Invalid or incomplete multibyte or wide character" for a camera in
+    // the wrong state) would only puzzle.
+    const char* reason = nullptr;
+    switch (-error) {
+    case EILSEQ:
+        reason = "the camera refuses it in its present state";
+        break;
+    case EPIPE:
+        reason = "the camera refused it";
+        break;
+    case EACCES:
+        reason = "it cannot be written now (read-only, or an automatic mode sets it)";
+        break;
+    case ERANGE:
+        reason = "the value is out of the camera's range";
+        break;
+    case EREMOTE:
+        reason = "the camera is not powered for it";
+        break;
+    default:
+        break;
+    }
+    return "Cannot set control '" + m_name + "': " + (reason ? reason : std::strerror(-error));
 }
 
 void V4l2Control::describe()

@@ -8,7 +8,7 @@
 # standard streams; take them from the console now that devtmpfs has it.
 exec </dev/console >/dev/console 2>&1
 # Tells the host that the machine booted and its tests begin.
-echo "V4L2-GUEST-BOOT"
+echo "TARVELLO-GUEST-BOOT"
 /bin/busybox --install -s /bin
 export PATH=/bin
 mount -t proc proc /proc
@@ -86,5 +86,5 @@ if [ -x /bin/tarvello-ctl ]; then
     rmmod vivid || fail "rmmod vivid"
 fi
 
-echo "V4L2-GUEST-STATUS: $status"
+echo "TARVELLO-GUEST-STATUS: $status"
 poweroff -f
