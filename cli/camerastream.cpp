@@ -52,13 +52,14 @@ CameraStream::CameraStream(const QString& selector, const QCommandLineParser& pa
         m_follow = seconds > 0 ? std::optional<std::chrono::milliseconds>(std::llround(seconds * 1000)) : std::nullopt;
     }
     m_format = StreamFormat::choose(m_open->camera(), parser);
+    m_entry = m_open->entry();
 }
 
 CameraStream::~CameraStream() = default;
 
 const CameraEntry& CameraStream::entry() const
 {
-    return m_open->entry();
+    return m_entry;
 }
 
 IStreamingCamera& CameraStream::camera() const
@@ -70,8 +71,8 @@ void CameraStream::start()
 {
     // Watching begins with the stream, so that a quick return is not missed.
     if (m_follow && !m_return)
-        m_return = std::make_unique<CameraReturn>(m_open->entry());
-    m_stream = std::make_unique<FrameStream>(m_open->camera(), m_open->entry().node, m_format.nominalRate());
+        m_return = std::make_unique<CameraReturn>(m_entry);
+    m_stream = std::make_unique<FrameStream>(m_open->camera(), m_entry.node, m_format.nominalRate());
 }
 
 IFrame* CameraStream::next(int timeoutMs)
@@ -88,18 +89,20 @@ IFrame* CameraStream::next(int timeoutMs)
             if (!m_follow)
                 throw;
         }
-        // The stream and the camera that left go first, its frames are back.
+        // The stream and the camera that left go first (its frames are
+        // back): a node still held open keeps the returning camera off it.
         m_stream.reset();
+        m_open.reset();
         m_away.start();
         say(QString("%1 was unplugged; waiting for it to come back%2.")
-                .arg(m_open->entry().serial,
+                .arg(m_entry.serial,
                      *m_follow ? QString(" (up to %1 s)").arg(double(m_follow->value().count()) / 1000.0) : QString()));
     }
 }
 
 void CameraStream::followBack()
 {
-    const QString serial = m_open->entry().serial;
+    const QString serial = m_entry.serial;
     std::optional<std::chrono::milliseconds> left = *m_follow;
     if (left)
         left = std::max(std::chrono::milliseconds(0), *left - std::chrono::milliseconds(m_away.elapsed()));
@@ -112,8 +115,9 @@ void CameraStream::followBack()
                                .arg(double(m_follow->value_or(std::chrono::milliseconds(0)).count()) / 1000.0));
     }
     m_open = std::make_unique<OpenCamera>(back->serial);
+    m_entry = m_open->entry();
     m_format = StreamFormat::chooseAgain(m_open->camera(), m_format);
-    m_stream = std::make_unique<FrameStream>(m_open->camera(), m_open->entry().node, m_format.nominalRate());
+    m_stream = std::make_unique<FrameStream>(m_open->camera(), m_entry.node, m_format.nominalRate());
     const double seconds = double(m_away.elapsed()) / 1000.0;
     say(QString("%1 is back (%2) after %3 s; streaming %4 again.")
             .arg(serial, m_open->entry().node)

@@ -76,7 +76,10 @@ private:
     void say(const QString& text);
 
     CommandOutput& m_output;
+    // Null while the camera is away: its node is closed at once, so that
+    // the kernel can give the camera the same node when it comes back.
     std::unique_ptr<Tarvello::OpenCamera> m_open;
+    Tarvello::CameraEntry m_entry;
     StreamFormat m_format;
     std::unique_ptr<FrameStream> m_stream;
     // Not following: nothing; following: the limit (nothing: no limit).
