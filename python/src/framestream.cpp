@@ -106,10 +106,13 @@ void FrameStream::startCamera()
 void FrameStream::stopCamera()
 {
     {
-        // Results are not looked at: a camera that went away is stopped all the same.
+        // Results are not looked at: a camera that went away is stopped all
+        // the same; one a following stream closed has nothing left to stop.
         const std::lock_guard<std::mutex> lock(m_camera->mutex());
-        m_camera->camera().stopStreaming();
-        m_camera->camera().releaseBuffers();
+        if (m_camera->hasCamera()) {
+            m_camera->camera().stopStreaming();
+            m_camera->camera().releaseBuffers();
+        }
     }
     m_events.reset();
     m_camera->releaseStream();
@@ -118,6 +121,7 @@ void FrameStream::stopCamera()
 void FrameStream::followBack()
 {
     stopCamera();
+    m_camera->closeAway();
     const std::optional<Clock::time_point> deadline =
         *m_follow ? std::optional<Clock::time_point>(Clock::now() + **m_follow) : std::nullopt;
     std::optional<Tarvello::CameraEntry> back;

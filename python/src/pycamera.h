@@ -7,7 +7,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace TarvelloPython {
 
@@ -28,16 +27,20 @@ public:
     PyCamera(const PyCamera&) = delete;
     PyCamera& operator=(const PyCamera&) = delete;
 
-    ImageAcquisition::IStreamingCamera& camera() const { return m_open->camera(); }
+    // Throws CameraGone while a following stream waits for the camera.
+    ImageAcquisition::IStreamingCamera& camera() const;
+    // False while a following stream waits for the camera; under mutex().
+    bool hasCamera() const { return m_open != nullptr; }
     // Counts the times the camera was opened again after it came back
     // (a stream that follows it); objects that hold a control compare it.
     unsigned generation() const { return m_generation; }
-    // Opens the camera again after it came back (found by its serial
-    // number), with the user's stored profile if it was opened with it. The
-    // camera object that left stays alive with this one, so that nothing
-    // taken from it dangles. Holds mutex() itself.
+    // A following stream closes the camera that left (so that the kernel
+    // can give it its node again when it returns) and opens it again once
+    // it is back, found by its serial number, with the user's stored
+    // profile if it was opened with it. Both hold mutex() themselves.
+    void closeAway();
     void reopen(const Tarvello::CameraEntry& returned);
-    const Tarvello::CameraEntry& entry() const { return m_open->entry(); }
+    const Tarvello::CameraEntry& entry() const { return m_entry; }
     std::mutex& mutex() const { return m_mutex; }
 
     // Throws std::invalid_argument for choices the camera does not offer,
@@ -63,7 +66,7 @@ private:
     void applyStoredProfile();
 
     std::unique_ptr<Tarvello::OpenCamera> m_open;
-    std::vector<std::unique_ptr<Tarvello::OpenCamera>> m_left;
+    Tarvello::CameraEntry m_entry;
     bool m_storedProfile = false;
     unsigned m_generation = 0;
     mutable std::mutex m_mutex;

@@ -4,6 +4,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <QByteArray>
 #include <QPair>
 #include <QString>
 #include <QVector>
@@ -48,6 +49,7 @@ private:
     ImageAcquisition::ICameraControl& current() const;
 
     std::shared_ptr<PyCamera> m_camera;
+    QByteArray m_name;
     mutable ImageAcquisition::ICameraControl* m_control;
     mutable unsigned m_generation;
 };
