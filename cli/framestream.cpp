@@ -63,14 +63,16 @@ IFrame* FrameStream::next(int timeoutMs)
         }
         if (frame)
             m_camera.releaseFrame(frame);
-        if (m_sinceCheck.elapsed() >= patienceMs()) {
+        // Only a camera that has gone quiet is looked for in the list: the
+        // wait itself tells an unplug, and listing opens every video node.
+        if (m_sinceFrame.elapsed() >= patienceMs() && m_sinceCheck.elapsed() >= patienceMs()) {
             checkAlive();
             m_sinceCheck.restart();
         }
         const qint64 left = timeoutMs - waited.elapsed();
         if (left <= 0)
             return nullptr;
-        const int status = m_camera.waitForFrame(int(qMin<qint64>(left, patienceMs() - m_sinceCheck.elapsed())));
+        const int status = m_camera.waitForFrame(int(qMin<qint64>(left, patienceMs())));
         if (status == -ENODEV)
             throw NoSuchCamera("The camera was unplugged while streaming.");
         if (status < 0)
