@@ -1,5 +1,6 @@
 #include "ctlprogram.h"
 
+#include "camerastream.h"
 #include "command.h"
 #include "commandoutput.h"
 #include "controlscommand.h"
@@ -107,7 +108,7 @@ int CtlProgram::runCommand(Command& command, const QStringList& arguments, Comma
     command.setUp(parser);
 
     const QString program = "tarvello-ctl " + command.name();
-    if (!parser.parse(QStringList{program} + arguments)) {
+    if (!parser.parse(QStringList{program} + CameraStream::followArguments(arguments))) {
         output.err() << program << ": " << parser.errorText() << '\n';
         return Tarvello::CtlError::kBadInput;
     }

@@ -5,9 +5,15 @@
 #include "processholders.h"
 
 #include <badinput.h>
+#include <busadvice.h>
+#include <layertext.h>
 #include <cameraselector.h>
 
+#include <imageacquisition/imageacquisition.h>
+#include <imageacquisition/usbbandwidth.h>
+
 #include <QCollator>
+#include <QMap>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -17,7 +23,9 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <cstring>
 
 using namespace Tarvello;
@@ -103,6 +111,8 @@ int DoctorCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     for (const QString& node : videoNodes)
         checkVideoNode(node, user, real);
     checkSerialLines(devRoot, user, real);
+    if (real)
+        checkBuses();
     checkUdevRule(ruleDirs);
 
     bool problem = false;
@@ -231,6 +241,51 @@ void DoctorCommand::checkSerialLines(const QString& devRoot, const NodeAccess::U
     }
     for (const QString& line : lines)
         checkSerialLine(line, QString(), user);
+}
+
+void DoctorCommand::checkBuses()
+{
+    struct BusCameras
+    {
+        QString name;
+        long long capacity = 0;
+        QStringList cameras;
+        QMap<QString, QString> streams; // by node, what each streams
+    };
+    QVector<BusCameras> buses;
+    const std::unique_ptr<ImageAcquisition::IDeviceList> list(
+        ImageAcquisition::ICameraFactory::getUniqueInstance()->getDeviceList());
+    for (int i = 0; list && i < list->getDeviceCount(); ++i) {
+        const ImageAcquisition::IDevice* device = list->getDevice(i);
+        const ImageAcquisition::UsbBandwidth::Bus bus = device ? ImageAcquisition::UsbBandwidth::busOf(*device)
+                                                               : ImageAcquisition::UsbBandwidth::Bus{};
+        if (bus.name.empty())
+            continue;
+        const QString name = QString::fromStdString(bus.name);
+        auto found = std::find_if(buses.begin(), buses.end(), [&](const BusCameras& b) { return b.name == name; });
+        if (found == buses.end()) {
+            buses.append({name, bus.capacity, {}, {}});
+            found = buses.end() - 1;
+        }
+        found->cameras << QString("%1 (%2)").arg(layerText(device->getName()), layerText(device->getSystemName()));
+        // Each camera sees the streams of the others; together, all of them.
+        for (const auto& stream : bus.streams)
+            found->streams[QString::fromStdString(stream.node)] =
+                QString("%1 streams %2 (%3)")
+                    .arg(QString::fromStdString(stream.name), QString::fromStdString(stream.format),
+                         BusAdvice::rateText(stream.bytesPerSecond));
+    }
+    for (const BusCameras& bus : buses) {
+        QString text = "carries " + bus.cameras.join(", ");
+        if (!bus.streams.isEmpty())
+            text += "; " + QStringList(bus.streams.values()).join("; ");
+        if (bus.capacity > 0)
+            text += QString("; streams may hold about %1 of it").arg(BusAdvice::rateText(bus.capacity));
+        add(DoctorFinding::Note, bus.name, text,
+            bus.cameras.size() > 1 ? "Cameras on one bus share its bandwidth; if a stream is refused (No space left "
+                                     "on device), plug a camera into a port of another USB controller"
+                                   : "Nothing to do");
+    }
 }
 
 void DoctorCommand::checkUdevRule(const QStringList& ruleDirs)

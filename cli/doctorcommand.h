@@ -21,6 +21,8 @@ private:
     // owner: the camera the line belongs to, when the layer says so.
     void checkSerialLine(const QString& line, const QString& owner, const NodeAccess::User& user);
     void checkUdevRule(const QStringList& ruleDirs);
+    // The cameras on each USB bus and what streams there.
+    void checkBuses();
     void checkAccess(const QString& path, const NodeAccess::User& user, const QString& what, bool* allowed);
     void add(DoctorFinding::Level level, const QString& subject, const QString& text, const QString& advice = QString());
 

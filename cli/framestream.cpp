@@ -1,5 +1,7 @@
 #include "framestream.h"
 
+#include <busadvice.h>
+#include <busfull.h>
 #include <cameraselector.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
@@ -35,6 +37,8 @@ FrameStream::FrameStream(IStreamingCamera& camera, const QString& cameraNode, do
         fail("Allocating buffers", status);
     if (const int status = m_camera.startStreaming()) {
         m_camera.releaseBuffers();
+        if (status == -ENOSPC)
+            throw BusFull(BusAdvice::explain(m_camera));
         fail("Starting the stream", status);
     }
     m_sinceFrame.start();
@@ -59,14 +63,16 @@ IFrame* FrameStream::next(int timeoutMs)
         }
         if (frame)
             m_camera.releaseFrame(frame);
-        if (m_sinceCheck.elapsed() >= patienceMs()) {
+        // Only a camera that has gone quiet is looked for in the list: the
+        // wait itself tells an unplug, and listing opens every video node.
+        if (m_sinceFrame.elapsed() >= patienceMs() && m_sinceCheck.elapsed() >= patienceMs()) {
             checkAlive();
             m_sinceCheck.restart();
         }
         const qint64 left = timeoutMs - waited.elapsed();
         if (left <= 0)
             return nullptr;
-        const int status = m_camera.waitForFrame(int(qMin<qint64>(left, patienceMs() - m_sinceCheck.elapsed())));
+        const int status = m_camera.waitForFrame(int(qMin<qint64>(left, patienceMs())));
         if (status == -ENODEV)
             throw NoSuchCamera("The camera was unplugged while streaming.");
         if (status < 0)
@@ -85,9 +91,9 @@ void FrameStream::checkAlive()
                        CtlError::kFailed);
 }
 
-int FrameStream::patienceMs() const
+int FrameStream::patienceFor(double rate)
 {
-    return qMax(1000, int(5000.0 / qMax(m_rate, 0.01)));
+    return qMax(1000, int(5000.0 / qMax(rate, 0.01)));
 }
 
 void FrameStream::release(IFrame* frame)

@@ -27,7 +27,8 @@ public:
     // the patience, so that no command waits for ever.
     ImageAcquisition::IFrame* next(int timeoutMs);
     // How long to wait for one frame before asking whether the camera is gone.
-    int patienceMs() const;
+    int patienceMs() const { return patienceFor(m_rate); }
+    static int patienceFor(double rate);
     // Frames in a row that a command may find unusable (undecodable, cut
     // short) before it gives up: a camera or driver that sends only those
     // would otherwise keep it streaming for ever, saving nothing.

@@ -3,13 +3,12 @@
 #include "commandoutput.h"
 #include "frameimage.h"
 #include "frameindex.h"
-#include "framestream.h"
+#include "camerastream.h"
 #include "streamformat.h"
 
 #include <badinput.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
-#include <opencamera.h>
 
 #include <imageacquisition/imageacquisition.h>
 
@@ -51,6 +50,7 @@ void GrabCommand::setUp(QCommandLineParser& parser) const
     parser.addOption({"type", "png, jpeg or raw (default: png).", "type", "png"});
     parser.addOption({"index", "Side file; .json for JSON, else CSV (default: PREFIX.csv in the folder).", "file"});
     StreamFormat::addOptions(parser);
+    CameraStream::addFollowOption(parser);
 }
 
 int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
@@ -65,8 +65,8 @@ int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     if (!countOk || count < 0 || !durationOk || duration < 0 || (count == 0 && duration <= 0))
         throw BadInput("--count takes a positive number of frames, --duration a positive number of seconds.");
 
-    const OpenCamera open(device(parser));
-    const StreamFormat format = StreamFormat::choose(open.camera(), parser);
+    CameraStream stream(device(parser), parser, output);
+    const StreamFormat format = stream.format();
     if (type != "raw" && !(type == "jpeg" && format.fourcc == "MJPG") && !FrameImage::canConvert(format.fourcc))
         throw BadInput(QString("%1 frames cannot be converted to %2; use --type raw.").arg(format.fourcc, type));
 
@@ -77,9 +77,10 @@ int GrabCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     const QString indexPath = parser.isSet("index") ? parser.value("index") : folder.filePath(prefix + ".csv");
     FrameIndex index(indexPath);
 
-    FrameStream stream(open.camera(), open.entry().node, format.nominalRate());
     QElapsedTimer clock;
     clock.start();
+    stream.stopWaiting = [&] { return duration > 0 && clock.elapsed() >= duration * 1000.0; };
+    stream.start();
     int saved = 0;
     int unreadable = 0;
     int unreadableInARow = 0;

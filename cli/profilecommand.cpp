@@ -6,6 +6,7 @@
 #include <ctlerror.h>
 #include <opencamera.h>
 #include <profile.h>
+#include <storedprofile.h>
 #include <refused.h>
 
 #include <imageacquisition/imageacquisition.h>
@@ -20,28 +21,97 @@ using namespace Tarvello;
 QString ProfileCommand::name() const { return "profile"; }
 QString ProfileCommand::summary() const
 {
-    return "Save all writable controls to a JSON file, or load them back.\n"
+    return "Save all writable controls to a JSON file, or load them back; or keep them as the camera's "
+           "stored profile, which comes back whenever it is plugged in.\n"
            "Loading checks the whole file against the camera first (names, types, ranges); nothing is "
            "written when any entry is wrong. Automatic modes are written before the values they govern, "
-           "and each control the camera refuses is reported.";
+           "and each control the camera refuses is reported.\n"
+           "Stored profiles are kept by serial number, for this user in "
+           "$XDG_CONFIG_HOME/tarvello/cameras/ (applied by the Python module's open() and the GStreamer "
+           "element), or with --system for everyone in /etc/tarvello/cameras/ (applied by the udev rule "
+           "when the camera is plugged in).";
 }
 
 void ProfileCommand::setUp(QCommandLineParser& parser) const
 {
-    parser.addPositionalArgument("save|load", "save FILE writes the profile (- for standard output); "
-                                              "load FILE applies it (- for standard input).");
-    parser.addPositionalArgument("FILE", "The profile file.");
-    parser.addOption({"dry-run", "With load: show what would change, write nothing."});
+    parser.addPositionalArgument("save|load|store|forget|show|apply",
+                                 "save FILE writes the profile (- for standard output); load FILE applies it "
+                                 "(- for standard input); store keeps the camera's controls as its stored "
+                                 "profile; forget removes it; show prints the camera's controls as a profile "
+                                 "(--stored: the stored one); apply --stored applies the stored one.");
+    parser.addPositionalArgument("FILE", "The profile file (save and load).");
+    parser.addOption({"dry-run", "With load or apply: show what would change, write nothing."});
+    parser.addOption({"stored", "With show or apply: the camera's stored profile."});
+    parser.addOption({"system", "With store, forget, show --stored and apply --stored: the profile kept for "
+                                "every user (/etc/tarvello/cameras/) instead of this user's."});
 }
 
 int ProfileCommand::run(const QCommandLineParser& parser, CommandOutput& output)
 {
     const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2 || (arguments[0] != "save" && arguments[0] != "load"))
-        throw BadInput("Usage: tarvello-ctl profile save FILE | profile load FILE [--dry-run]");
-    if (arguments[0] == "save")
+    const QString action = arguments.value(0);
+    const bool withFile = action == "save" || action == "load";
+    const bool known = withFile || action == "store" || action == "forget" || action == "show" || action == "apply";
+    if (!known || arguments.size() != (withFile ? 2 : 1) || (action == "apply" && !parser.isSet("stored")))
+        throw BadInput("Usage: tarvello-ctl profile save FILE | load FILE [--dry-run] | store [--system] | "
+                       "forget [--system] | show [--stored [--system]] | apply --stored [--system] [--dry-run]");
+    if (action == "save")
         return save(arguments[1], parser, output);
-    return load(arguments[1], parser, output);
+    if (action == "load")
+        return load(arguments[1], parser, output);
+    if (action == "show" && !parser.isSet("stored"))
+        return save("-", parser, output);
+    return stored(action, parser, output);
+}
+
+int ProfileCommand::stored(const QString& action, const QCommandLineParser& parser, CommandOutput& output)
+{
+    const StoredProfile::Scope scope = parser.isSet("system") ? StoredProfile::Scope::System : StoredProfile::Scope::User;
+    const QString whose = parser.isSet("system") ? "every user" : "this user";
+    const OpenCamera open(device(parser));
+    const StoredProfile profile(open.entry(), scope);
+    if (action == "store") {
+        const int count = profile.store(open.camera());
+        output.out() << "Stored " << count << " controls of " << open.entry().name << " (" << open.entry().serial
+                     << ") for " << whose << " in " << profile.path() << ".\n";
+        return 0;
+    }
+    if (action == "forget") {
+        if (profile.forget())
+            output.out() << "Forgot the stored profile " << profile.path() << ".\n";
+        else
+            output.out() << "There is no stored profile " << profile.path() << ".\n";
+        return 0;
+    }
+    if (action == "show") {
+        const std::optional<QByteArray> text = profile.read();
+        if (!text)
+            throw CtlError(QString("%1 (%2) has no stored profile for %3 (%4).")
+                               .arg(open.entry().name, open.entry().serial, whose, profile.path()),
+                           CtlError::kFailed);
+        output.out() << QString::fromUtf8(*text);
+        return 0;
+    }
+    // apply --stored: run at every plug, so a camera without one is no failure.
+    if (!profile.exists()) {
+        output.out() << "No stored profile for " << open.entry().serial << " (" << profile.path()
+                     << "); nothing to apply.\n";
+        return 0;
+    }
+    if (parser.isSet("dry-run"))
+        return load(profile.path(), parser, output);
+    ProfilePlan plan;
+    const WriteOutcome outcome = *profile.apply(open.camera(), &plan);
+    for (const QString& note : plan.notes)
+        output.err() << "Note: " << note << '\n';
+    for (const QString& written : outcome.written)
+        output.out() << "set " << written << '\n';
+    if (!outcome.complete())
+        throw Refused("The stored profile " + profile.path() + " was applied only in part; the camera is left as "
+                      "listed.\n" + outcome.report(),
+                      outcome.written);
+    output.out() << "Applied the stored profile " << profile.path() << " to " << open.entry().name << ".\n";
+    return 0;
 }
 
 int ProfileCommand::save(const QString& file, const QCommandLineParser& parser, CommandOutput& output)

@@ -2,7 +2,8 @@
 
 #include "command.h"
 
-// tarvello-ctl profile: all writable controls to a JSON file and back.
+// tarvello-ctl profile: all writable controls to a JSON file and back, and
+// the camera's stored profile.
 class ProfileCommand : public Command
 {
 public:
@@ -14,4 +15,6 @@ public:
 private:
     int save(const QString& file, const QCommandLineParser& parser, CommandOutput& output);
     int load(const QString& file, const QCommandLineParser& parser, CommandOutput& output);
+    // store, forget, show --stored and apply --stored.
+    int stored(const QString& action, const QCommandLineParser& parser, CommandOutput& output);
 };

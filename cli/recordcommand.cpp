@@ -1,14 +1,13 @@
 #include "recordcommand.h"
 
 #include "commandoutput.h"
-#include "framestream.h"
+#include "camerastream.h"
 #include "streamformat.h"
 #include "videorecorder.h"
 
 #include <badinput.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
-#include <opencamera.h>
 
 #include <imageacquisition/imageacquisition.h>
 
@@ -32,6 +31,7 @@ void RecordCommand::setUp(QCommandLineParser& parser) const
     parser.addOption({{"n", "count"}, "Number of frames.", "N"});
     parser.addOption({"duration", "Seconds to record (default 5 when no --count is given).", "seconds"});
     StreamFormat::addOptions(parser);
+    CameraStream::addFollowOption(parser);
 }
 
 int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
@@ -44,17 +44,20 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     if (!countOk || count < 0 || !durationOk || duration < 0 || (count == 0 && duration <= 0))
         throw BadInput("--count takes a positive number of frames, --duration a positive number of seconds.");
 
-    const OpenCamera open(device(parser));
-    const StreamFormat format = StreamFormat::choose(open.camera(), parser);
+    CameraStream stream(device(parser), parser, output);
+    const StreamFormat format = stream.format();
     const QString path = parser.value("output");
     VideoRecorder recorder(path, format);
     int recorded = 0;
     int skipped = 0;
     int skippedInARow = 0;
     {
-        FrameStream stream(open.camera(), open.entry().node, format.nominalRate());
         QElapsedTimer clock;
         clock.start();
+        // Frames keep their own time stamps, so a camera that comes back
+        // leaves its time away as a gap in the one file.
+        stream.stopWaiting = [&] { return duration > 0 && clock.elapsed() >= duration * 1000.0; };
+        stream.start();
         while ((count == 0 || recorded < count) && (duration <= 0 || clock.elapsed() < duration * 1000.0)) {
             IFrame* frame = nullptr;
             try {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kWriteTimeoutMs = 1000;
 
-QString errorText(int error)
+QString systemError(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
 }
@@ -29,7 +29,7 @@ SerialLine::SerialLine(const QString& path) : m_path(path)
     m_fd = ::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (m_fd < 0) {
         const int error = errno;
-        throw CtlError(QString("Cannot open %1: %2. 'tarvello-ctl doctor' may tell why.").arg(path, errorText(error)),
+        throw CtlError(QString("Cannot open %1: %2. 'tarvello-ctl doctor' may tell why.").arg(path, systemError(error)),
                        error == EACCES || error == EPERM || error == EBUSY ? CtlError::kRefused
                                                                           : CtlError::kFailed);
     }
@@ -47,7 +47,7 @@ SerialLine::SerialLine(const QString& path) : m_path(path)
         const int error = errno;
         ::close(m_fd);
         m_fd = -1;
-        throw CtlError(QString("%1 is not a serial line: %2.").arg(path, errorText(error)), CtlError::kFailed);
+        throw CtlError(QString("%1 is not a serial line: %2.").arg(path, systemError(error)), CtlError::kFailed);
     }
 }
 

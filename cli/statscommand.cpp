@@ -1,13 +1,12 @@
 #include "statscommand.h"
 
 #include "commandoutput.h"
-#include "framestream.h"
+#include "camerastream.h"
 #include "streamformat.h"
 #include "streamstatistics.h"
 
 #include <badinput.h>
 #include <nosuchcamera.h>
-#include <opencamera.h>
 
 #include <imageacquisition/imageacquisition.h>
 
@@ -28,6 +27,7 @@ void StatsCommand::setUp(QCommandLineParser& parser) const
     parser.addOption({"duration", "Seconds to stream (default 5; with --watch, until interrupted).", "seconds"});
     parser.addOption({"watch", "Print a line every second."});
     StreamFormat::addOptions(parser);
+    CameraStream::addFollowOption(parser);
 }
 
 int StatsCommand::run(const QCommandLineParser& parser, CommandOutput& output)
@@ -38,15 +38,18 @@ int StatsCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     if (!ok || duration < 0 || (duration == 0 && !parser.isSet("watch")))
         throw BadInput("--duration takes a positive number of seconds.");
 
-    const OpenCamera open(device(parser));
-    const StreamFormat format = StreamFormat::choose(open.camera(), parser);
+    CameraStream stream(device(parser), parser, output);
+    const StreamFormat format = stream.format();
     if (!json(parser))
-        output.out() << "Streaming " << format.text() << " from " << open.entry().name << ".\n";
+        output.out() << "Streaming " << format.text() << " from " << stream.entry().name << ".\n";
     output.out().flush();
     StreamStatistics statistics(format.nominalRate());
-    FrameStream stream(open.camera(), open.entry().node, format.nominalRate());
     QElapsedTimer clock;
     clock.start();
+    stream.stopWaiting = [&] { return duration > 0 && clock.elapsed() >= duration * 1000.0; };
+    // The camera that came back numbers its frames anew.
+    stream.returned = [&](double) { statistics.restartNumbering(); };
+    stream.start();
     qint64 nextLine = 1000;
     try {
         while (duration <= 0 || clock.elapsed() < duration * 1000.0) {

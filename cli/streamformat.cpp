@@ -6,7 +6,6 @@
 
 #include <imageacquisition/imageacquisition.h>
 
-
 using namespace ImageAcquisition;
 using namespace Tarvello;
 
@@ -23,6 +22,29 @@ StreamFormat StreamFormat::choose(ICamera& camera, const QCommandLineParser& par
     const FormatChoice::Request request =
         FormatChoice::requestFromText(parser.value("format"), parser.value("size"), parser.value("interval"),
                                       parser.value("fps"));
+    return apply(camera, request);
+}
+
+StreamFormat StreamFormat::chooseAgain(ICamera& camera, const StreamFormat& same)
+{
+    FormatChoice::Request request;
+    request.fourcc = same.fourcc;
+    request.size = FormatChoice::Size{unsigned(same.width), unsigned(same.height)};
+    request.interval = FormatChoice::Interval{same.numerator, same.denominator};
+    StreamFormat chosen;
+    try {
+        chosen = apply(camera, request);
+    } catch (const BadInput&) {
+        chosen.fourcc.clear();
+    }
+    if (chosen.fourcc != same.fourcc || chosen.width != same.width || chosen.height != same.height
+        || chosen.numerator * same.denominator != same.numerator * chosen.denominator)
+        throw CtlError(QString("The camera came back without %1.").arg(same.text()), CtlError::kFailed);
+    return chosen;
+}
+
+StreamFormat StreamFormat::apply(ICamera& camera, const FormatChoice::Request& request)
+{
     const FormatChoice choice(camera, request);
     if (!camera.setFormat(choice.formatIndex, choice.resolutionIndex, choice.intervalIndex))
         throw CtlError("The camera refused the format (is it streaming in another program?).", CtlError::kRefused);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <formatchoice.h>
+
 #include <QCommandLineParser>
 #include <QString>
 
@@ -18,6 +20,9 @@ public:
     // Makes the choice current on the camera. Throws BadInput listing what
     // the camera offers when a choice matches nothing.
     static StreamFormat choose(ImageAcquisition::ICamera& camera, const QCommandLineParser& parser);
+    // The same format, size and interval again (on a camera that came
+    // back); throws CtlError when the camera no longer offers them.
+    static StreamFormat chooseAgain(ImageAcquisition::ICamera& camera, const StreamFormat& same);
 
     QString fourcc;
     bool compressed = false;
@@ -29,4 +34,8 @@ public:
 
     double nominalRate() const { return double(denominator) / double(numerator); }
     QString text() const;
+
+private:
+    // Makes the request current; throws as choose() does.
+    static StreamFormat apply(ImageAcquisition::ICamera& camera, const Tarvello::FormatChoice::Request& request);
 };

@@ -20,6 +20,12 @@ void StreamStatistics::add(unsigned long long frameNumber, double timestamp, boo
     if (!m_started) {
         m_started = true;
         m_firstTime = m_windowStart = timestamp;
+    } else if (m_renumbered) {
+        m_renumbered = false;
+        const double away = qMax(0.0, timestamp - m_lastTime);
+        ++m_outages;
+        m_outageSeconds += away;
+        m_lostInOutages += qMax(0LL, qint64(std::llround(away * m_nominalRate)) - 1);
     } else {
         if (frameNumber > m_lastNumber + 1) {
             m_missing += qint64(frameNumber - m_lastNumber - 1);
@@ -41,6 +47,11 @@ void StreamStatistics::add(unsigned long long frameNumber, double timestamp, boo
     m_lastTime = timestamp;
 }
 
+void StreamStatistics::restartNumbering()
+{
+    m_renumbered = m_started;
+}
+
 void StreamStatistics::startWindow()
 {
     m_windowFrames = 0;
@@ -51,8 +62,10 @@ void StreamStatistics::startWindow()
 
 double StreamStatistics::deliveredRate() const
 {
-    // Rate over the time the frames span: n frames make n - 1 intervals.
-    return m_intervals > 0 && m_lastTime > m_firstTime ? double(m_intervals) / (m_lastTime - m_firstTime) : 0.0;
+    // Rate over the time the frames span, the camera's time away left out:
+    // n frames make n - 1 intervals.
+    const double span = m_lastTime - m_firstTime - m_outageSeconds;
+    return m_intervals > 0 && span > 0 ? double(m_intervals) / span : 0.0;
 }
 
 double StreamStatistics::windowRate() const
@@ -70,7 +83,8 @@ QString StreamStatistics::summary() const
                    "rate:          %3 fps delivered, %4 fps nominal (%5%)\n"
                    "frame numbers: %6 missing in %7 gaps\n"
                    "late frames:   %8 (more than 1.5 periods after the one before)\n"
-                   "intervals:     min %9 ms, mean %10 ms, max %11 ms, std dev %12 ms\n")
+                   "intervals:     min %9 ms, mean %10 ms, max %11 ms, std dev %12 ms\n"
+                   "outages:       %13, %14 s without the camera, about %15 frames lost\n")
         .arg(m_frames)
         .arg(m_empty)
         .arg(deliveredRate(), 0, 'f', 2)
@@ -82,7 +96,10 @@ QString StreamStatistics::summary() const
         .arg(m_minInterval * 1000.0, 0, 'f', 2)
         .arg(mean * 1000.0, 0, 'f', 2)
         .arg(m_maxInterval * 1000.0, 0, 'f', 2)
-        .arg(spread * 1000.0, 0, 'f', 2);
+        .arg(spread * 1000.0, 0, 'f', 2)
+        .arg(m_outages)
+        .arg(m_outageSeconds, 0, 'f', 1)
+        .arg(m_lostInOutages);
 }
 
 QString StreamStatistics::windowLine(double elapsedSeconds) const
@@ -111,5 +128,8 @@ QJsonObject StreamStatistics::toJson() const
                        {"interval_min_ms", m_minInterval * 1000.0},
                        {"interval_mean_ms", mean * 1000.0},
                        {"interval_max_ms", m_maxInterval * 1000.0},
-                       {"interval_stddev_ms", spread * 1000.0}};
+                       {"interval_stddev_ms", spread * 1000.0},
+                       {"outages", double(m_outages)},
+                       {"outage_seconds", m_outageSeconds},
+                       {"frames_lost_in_outages", double(m_lostInOutages)}};
 }

@@ -17,12 +17,19 @@ public:
     // The counts of a second closed by watch output start again; the spread
     // and totals keep running.
     void startWindow();
+    // The camera was away (unplugged and back): the next frame starts a new
+    // numbering, and the time until it counts as an outage, its frames at
+    // the nominal rate as lost, not as a gap or a late frame.
+    void restartNumbering();
 
     long long frames() const { return m_frames; }
     long long emptyFrames() const { return m_empty; }
     long long missing() const { return m_missing; }
     long long gaps() const { return m_gaps; }
     long long late() const { return m_late; }
+    long long outages() const { return m_outages; }
+    double outageSeconds() const { return m_outageSeconds; }
+    long long lostInOutages() const { return m_lostInOutages; }
     double deliveredRate() const;
     double windowRate() const;
 
@@ -38,6 +45,10 @@ private:
     long long m_gaps = 0;
     long long m_late = 0;
     bool m_started = false;
+    bool m_renumbered = false;
+    long long m_outages = 0;
+    double m_outageSeconds = 0;
+    long long m_lostInOutages = 0;
     unsigned long long m_lastNumber = 0;
     double m_firstTime = 0;
     double m_lastTime = 0;

@@ -36,7 +36,9 @@ for group in "$@"; do
         # The virtual machine that tests the V4L2 backend against the kernel's
         # vivid driver. The kernel itself is not installed: the test unpacks
         # Debian's image package into the build tree.
-        packages+=(qemu-system-x86 busybox-static kmod cpio xz-utils)
+        # udev: the emulated camera's machine runs its udevd with the
+        # package's rule.
+        packages+=(qemu-system-x86 busybox-static kmod cpio xz-utils udev)
         needs_kernel_index=true ;;
     *)
         echo "install-deps: unknown group '$group'" >&2

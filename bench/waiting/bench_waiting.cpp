@@ -91,10 +91,13 @@ Usage runCommand(const Scenario& s, const QString& serial, double seconds, const
 }
 
 // The same work from a loop that sleeps until the instant the next frame
-// is ready (the virtual camera's time stamp is that instant) and takes it.
+// is ready (the virtual camera's time stamp is that instant) and takes it:
+// opening the camera and starting the stream included, as the command's
+// run includes them.
 Usage runExactLoop(const Scenario& s, const QString& serial, double seconds, const QString& folder,
                    std::vector<double>* latenciesMs)
 {
+    const Usage before = Usage::now();
     const Tarvello::OpenCamera open(serial);
     QCommandLineParser parser;
     StreamFormat::addOptions(parser);
@@ -108,7 +111,6 @@ Usage runExactLoop(const Scenario& s, const QString& serial, double seconds, con
     IStreamingCamera& camera = open.camera();
     camera.allocateBuffers(4);
     camera.startStreaming();
-    const Usage before = Usage::now();
     const long long end = monotonicNs() + static_cast<long long>(seconds * 1e9);
     long long due = monotonicNs() + periodNs;
     while (monotonicNs() < end) {

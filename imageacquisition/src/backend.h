@@ -1,6 +1,7 @@
 #pragma once
 
 #include <imageacquisition/idevice.h>
+#include <imageacquisition/usbbandwidth.h>
 
 #include <functional>
 #include <memory>
@@ -17,6 +18,8 @@ class BackendDevice : public IDevice
 public:
     // Null when the camera cannot be opened (gone, busy, no permission).
     virtual IStreamingCamera* open() const = 0;
+    // The bus the device is on and what else streams there now.
+    virtual UsbBandwidth::Bus bus() const { return {}; }
 };
 
 // Watches one backend's devices come and go.

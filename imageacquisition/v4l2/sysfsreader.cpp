@@ -14,14 +14,6 @@ namespace ImageAcquisition {
 
 namespace {
 
-std::string canonicalPath(const std::string& path)
-{
-    char resolved[PATH_MAX];
-    if (!::realpath(path.c_str(), resolved))
-        return std::string();
-    return resolved;
-}
-
 bool isRegularFile(const std::string& path)
 {
     struct stat info;
@@ -39,20 +31,6 @@ bool isBcdDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-std::vector<std::string> entries(const std::string& directory)
-{
-    std::vector<std::string> names;
-    std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(directory.c_str()), ::closedir);
-    if (!dir)
-        return names;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        if (entry->d_name[0] != '.')
-            names.emplace_back(entry->d_name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 } // namespace
 
 SysfsReader::SysfsReader(std::string root) : m_root(std::move(root)) {}
@@ -62,8 +40,8 @@ UsbInfo SysfsReader::usbInfo(const std::string& nodeName) const
     UsbInfo info;
     if (nodeName.empty() || nodeName.find('/') != std::string::npos)
         return info;
-    const std::string devices = canonicalPath(m_root + "/devices");
-    std::string directory = canonicalPath(m_root + "/class/video4linux/" + nodeName + "/device");
+    const std::string devices = canonical(m_root + "/devices");
+    std::string directory = canonical(m_root + "/class/video4linux/" + nodeName + "/device");
     if (devices.empty() || directory.empty())
         return info;
     // The node hangs below a USB interface; the device with the descriptor
@@ -71,11 +49,11 @@ UsbInfo SysfsReader::usbInfo(const std::string& nodeName) const
     while (directory.size() > devices.size()
            && directory.compare(0, devices.size(), devices) == 0) {
         if (isRegularFile(directory + "/idVendor")) {
-            info.vendorId = readAttribute(directory, "idVendor");
-            info.productId = readAttribute(directory, "idProduct");
-            info.manufacturer = readAttribute(directory, "manufacturer");
-            info.serial = readAttribute(directory, "serial");
-            info.firmwareVersion = formatBcdVersion(readAttribute(directory, "bcdDevice"));
+            info.vendorId = attribute(directory, "idVendor");
+            info.productId = attribute(directory, "idProduct");
+            info.manufacturer = attribute(directory, "manufacturer");
+            info.serial = attribute(directory, "serial");
+            info.firmwareVersion = formatBcdVersion(attribute(directory, "bcdDevice"));
             info.sysfsPath = directory;
             break;
         }
@@ -98,6 +76,28 @@ std::string SysfsReader::formatBcdVersion(const std::string& bcd)
     return major + "." + bcd.substr(2, 2);
 }
 
+std::vector<std::string> SysfsReader::entries(const std::string& directory)
+{
+    std::vector<std::string> names;
+    std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(directory.c_str()), ::closedir);
+    if (!dir)
+        return names;
+    while (const dirent* entry = ::readdir(dir.get())) {
+        if (entry->d_name[0] != '.')
+            names.emplace_back(entry->d_name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string SysfsReader::canonical(const std::string& path)
+{
+    char resolved[PATH_MAX];
+    if (!::realpath(path.c_str(), resolved))
+        return std::string();
+    return resolved;
+}
+
 std::string SysfsReader::serialLine(const std::string& usbDevicePath)
 {
     if (usbDevicePath.empty())
@@ -112,7 +112,7 @@ std::string SysfsReader::serialLine(const std::string& usbDevicePath)
     return std::string();
 }
 
-std::string SysfsReader::readAttribute(const std::string& directory, const char* name) const
+std::string SysfsReader::attribute(const std::string& directory, const char* name)
 {
     std::ifstream file(directory + "/" + name);
     std::string value;
@@ -120,6 +120,8 @@ std::string SysfsReader::readAttribute(const std::string& directory, const char*
         return std::string();
     while (!value.empty() && (value.back() == '\n' || value.back() == '\r' || value.back() == ' '))
         value.pop_back();
+    // Some attributes are printed right-aligned ("%2d").
+    value.erase(0, value.find_first_not_of(' '));
     return value;
 }
 

@@ -3,6 +3,7 @@
 #include "usbinfo.h"
 
 #include <string>
+#include <vector>
 
 namespace ImageAcquisition {
 
@@ -27,8 +28,15 @@ public:
     // the serial function may bind a moment after the camera's).
     static std::string serialLine(const std::string& usbDevicePath);
 
+    // An attribute's first line without its surrounding blanks; empty when
+    // there is none.
+    static std::string attribute(const std::string& directory, const char* name);
+    // The names in a folder, sorted, without the hidden ones.
+    static std::vector<std::string> entries(const std::string& directory);
+    // The path with every link resolved; empty when it does not exist.
+    static std::string canonical(const std::string& path);
+
 private:
-    std::string readAttribute(const std::string& directory, const char* name) const;
 
     std::string m_root;
 };

@@ -3,6 +3,7 @@
 #include "ioctl.h"
 #include "sysfsreader.h"
 #include "uniquefd.h"
+#include "usbbusreader.h"
 #include "v4l2camera.h"
 
 #include <imageacquisition/kelvane.h>
@@ -24,6 +25,26 @@ std::string fieldText(const __u8 (&field)[N])
 {
     const char* text = reinterpret_cast<const char*>(field);
     return std::string(text, ::strnlen(text, N));
+}
+
+// What a node streams now, such as "MJPG 1280x720 at 1/30": the format and
+// interval can be read while another program streams from it.
+std::string streamingFormat(const std::string& node)
+{
+    UniqueFd fd(::open(node.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    v4l2_format format{};
+    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (!fd.isValid() || rawIoctl(fd.get(), VIDIOC_G_FMT, &format) < 0)
+        return std::string();
+    const __u32 code = format.fmt.pix.pixelformat;
+    std::string text{char(code & 0xff), char((code >> 8) & 0xff), char((code >> 16) & 0xff), char((code >> 24) & 0xff)};
+    text += " " + std::to_string(format.fmt.pix.width) + "x" + std::to_string(format.fmt.pix.height);
+    v4l2_streamparm parameters{};
+    parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (rawIoctl(fd.get(), VIDIOC_G_PARM, &parameters) == 0 && parameters.parm.capture.timeperframe.denominator > 0)
+        text += " at " + std::to_string(parameters.parm.capture.timeperframe.numerator) + "/"
+                + std::to_string(parameters.parm.capture.timeperframe.denominator);
+    return text;
 }
 
 std::string nodeName(const std::string& path)
@@ -75,6 +96,18 @@ std::string V4l2Device::formatVersion(std::uint32_t version)
 {
     return std::to_string((version >> 16) & 0xff) + "." + std::to_string((version >> 8) & 0xff)
            + "." + std::to_string(version & 0xff);
+}
+
+UsbBandwidth::Bus V4l2Device::bus() const
+{
+    const std::string& device = m_usb.sysfsPath;
+    const auto devices = device.find("/devices/");
+    if (devices == std::string::npos)
+        return {};
+    UsbBandwidth::Bus bus = UsbBusReader(device.substr(0, devices)).busOf(device);
+    for (UsbBandwidth::Stream& stream : bus.streams)
+        stream.format = streamingFormat(stream.node);
+    return bus;
 }
 
 IStreamingCamera* V4l2Device::open() const

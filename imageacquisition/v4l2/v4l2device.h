@@ -34,6 +34,7 @@ public:
     static std::string formatVersion(std::uint32_t version);
 
     IStreamingCamera* open() const override;
+    UsbBandwidth::Bus bus() const override;
 
     const char* getName() const override { return m_name.c_str(); }
     const char* getSystemName() const override { return m_path.c_str(); }

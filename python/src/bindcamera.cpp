@@ -158,13 +158,30 @@ QByteArray readProfileSource(const py::object& source)
     return QByteArray::fromStdString(std::string(content));
 }
 
+// follow: None or False (end with CameraGone), True (as long as it takes)
+// or seconds.
+std::optional<double> followSeconds(const py::object& follow)
+{
+    if (follow.is_none() || (py::isinstance<py::bool_>(follow) && !follow.cast<bool>()))
+        return std::nullopt;
+    if (py::isinstance<py::bool_>(follow))
+        return 0.0;
+    if (!py::isinstance<py::int_>(follow) && !py::isinstance<py::float_>(follow))
+        throw std::invalid_argument("follow must be None, True or a number of seconds");
+    const double seconds = follow.cast<double>();
+    if (!(seconds > 0.0) || !std::isfinite(seconds))
+        throw std::invalid_argument("follow must be True or a positive number of seconds");
+    return seconds;
+}
+
 std::unique_ptr<FrameStream> startStream(const std::shared_ptr<PyCamera>& camera, const std::optional<std::string>& fourcc,
                                          const std::optional<SizeArgument>& size, const std::optional<Interval>& interval,
-                                         bool decode, double timeout, int buffers)
+                                         bool decode, double timeout, int buffers, const py::object& follow)
 {
+    const std::optional<double> seconds = followSeconds(follow);
     if (fourcc || size || interval)
         camera->setFormat(fourcc, sizeOf(size), interval);
-    return std::make_unique<FrameStream>(camera, decode, timeout, buffers);
+    return std::make_unique<FrameStream>(camera, decode, timeout, buffers, seconds);
 }
 
 const char* const kFormatArgs =
@@ -349,10 +366,14 @@ void bindCamera(py::module_& module)
             "ProfileReport.")
         .def("stream", &startStream, py::arg("fmt") = py::none(), py::arg("size") = py::none(),
              py::arg("interval") = py::none(), py::arg("decode") = true, py::arg("timeout") = 5.0,
-             py::arg("buffers") = 4,
+             py::arg("buffers") = 4, py::arg("follow") = py::none(),
              (std::string("Starts a Stream of Frame objects. ") + kFormatArgs
               + " decode=False gives each frame's delivered bytes (Frame.data) instead of an array. "
-                "timeout: seconds to wait for each frame. buffers: the layer's buffer count.")
+                "timeout: seconds to wait for each frame. buffers: the layer's buffer count. "
+                "follow: when the camera is unplugged, wait for it (the same serial number) to come back, "
+                "as long as it takes (True) or up to that many seconds, open it again in the same format "
+                "(with the stored profile, if the camera was opened with it) and go on; the frame numbers "
+                "start again. Without it, the stream ends with CameraGone.")
                  .c_str())
         .def(
             "grab",
@@ -361,7 +382,7 @@ void bindCamera(py::module_& module)
                 if (count < 0)
                     throw std::invalid_argument("count must not be negative");
                 const std::unique_ptr<FrameStream> stream =
-                    startStream(camera, fourcc, size, interval, decode, timeout, 4);
+                    startStream(camera, fourcc, size, interval, decode, timeout, 4, py::none());
                 std::vector<Frame> frames;
                 while (int(frames.size()) < count)
                     frames.push_back(*stream->next());
@@ -373,13 +394,18 @@ void bindCamera(py::module_& module)
         .def("__repr__", [](const PyCamera& c) { return "<tarvello.Camera " + c.entry().summary().toStdString() + ">"; });
 
     module.def(
-        "open", [](const py::object& selector) { return std::make_shared<PyCamera>(selectorText(selector)); },
-        py::arg("selector") = py::none(),
+        "open",
+        [](const py::object& selector, bool storedProfile) {
+            return std::make_shared<PyCamera>(selectorText(selector), storedProfile);
+        },
+        py::arg("selector") = py::none(), py::kw_only(), py::arg("stored_profile") = true,
         "Opens a camera chosen as tarvello-ctl chooses: by index, device node (/dev/video2 or video2), "
         "serial number, bus info, or a unique part of its name (a number is an index or a serial number "
         "only); none (or '') picks the first of Kelvane's "
         "cameras, else the first camera. Raises CameraNotFound (listing the candidates) when the selector "
-        "names no single camera, Refused when the camera cannot be opened.");
+        "names no single camera, Refused when the camera cannot be opened. The camera's stored profile for "
+        "this user ($XDG_CONFIG_HOME/tarvello/cameras/SERIAL.json, kept by 'tarvello-ctl profile store') is "
+        "applied unless stored_profile is False; ValueError or Refused when it does not fit the camera.");
 }
 
 } // namespace TarvelloPython

@@ -5,6 +5,7 @@
 #include "streamtimeout.h"
 
 #include <badinput.h>
+#include <busfull.h>
 #include <nosuchcamera.h>
 #include <refused.h>
 
@@ -20,6 +21,7 @@ namespace {
 PyObject* cameraNotFound = nullptr;
 PyObject* cameraGone = nullptr;
 PyObject* refused = nullptr;
+PyObject* busFull = nullptr;
 
 PyObject* newException(py::module_& module, const char* name, PyObject* base, const char* doc)
 {
@@ -39,6 +41,9 @@ void bindErrors(py::module_& module)
     refused = newException(module, "Refused", PyExc_RuntimeError,
                            "Well-formed input the camera will not take now: a read-only or inactive "
                            "control, a write or format the camera refused, a second stream.");
+    busFull = newException(module, "BusFull", refused,
+                           "The camera's USB bus has no bandwidth left for the stream; the message names what "
+                           "else streams there and what would fit.");
 
     py::register_exception_translator([](std::exception_ptr error) {
         if (!error)
@@ -49,6 +54,8 @@ void bindErrors(py::module_& module)
             PyErr_SetString(cameraGone, e.what());
         } catch (const Tarvello::NoSuchCamera& e) {
             PyErr_SetString(cameraNotFound, e.what());
+        } catch (const Tarvello::BusFull& e) {
+            PyErr_SetString(busFull, e.what());
         } catch (const Tarvello::Refused& e) {
             PyErr_SetString(refused, e.what());
         } catch (const Tarvello::BadInput& e) {

@@ -1,7 +1,7 @@
 // Cameras plugged in and out, as an iterator of events.
 #include "bindings.h"
 
-#include "cameraevents.h"
+#include <cameraevents.h>
 #include "gilfreewait.h"
 
 #include <imageacquisition/icameraevent.h>
@@ -35,7 +35,7 @@ struct CameraEvent
 };
 
 // Waits for the next event; none at the deadline or once stopped.
-std::optional<CameraEvent> nextEvent(CameraEvents& events, std::optional<double> timeout)
+std::optional<CameraEvent> nextEvent(Tarvello::CameraEvents& events, std::optional<double> timeout)
 {
     if (timeout && !(*timeout >= 0.0 && std::isfinite(*timeout)))
         throw std::invalid_argument("timeout must be a number of seconds, not negative");
@@ -65,7 +65,7 @@ void bindEvents(py::module_& module)
         .def_readonly("type", &CameraEvent::type, "The camera layer's event code (1 added, 2 removed).")
         .def("__repr__", [](const CameraEvent& e) { return "<tarvello.CameraEvent " + e.kind() + ">"; });
 
-    py::class_<CameraEvents>(module, "CameraWatch",
+    py::class_<Tarvello::CameraEvents>(module, "CameraWatch",
                              "Reports of cameras plugged in or out from the moment watch() was called. The "
                              "camera layer's thread only queues them; they are delivered here, in the "
                              "calling thread. A context manager and an iterator:\n\n"
@@ -73,14 +73,14 @@ void bindEvents(py::module_& module)
                              "        for event in events:\n"
                              "            print(event.kind, tarvello.cameras())\n\n"
                              "Waiting releases the GIL; iteration ends when the watch is closed.")
-        .def("__enter__", [](CameraEvents& events) -> CameraEvents& { return events; },
+        .def("__enter__", [](Tarvello::CameraEvents& events) -> Tarvello::CameraEvents& { return events; },
              py::return_value_policy::reference_internal, "Returns the watch itself.")
-        .def("__exit__", [](CameraEvents& events, py::args) { events.stop(); }, "Stops watching.")
-        .def("__iter__", [](CameraEvents& events) -> CameraEvents& { return events; },
+        .def("__exit__", [](Tarvello::CameraEvents& events, py::args) { events.stop(); }, "Stops watching.")
+        .def("__iter__", [](Tarvello::CameraEvents& events) -> Tarvello::CameraEvents& { return events; },
              py::return_value_policy::reference_internal, "Returns the watch itself.")
         .def(
             "__next__",
-            [](CameraEvents& events) {
+            [](Tarvello::CameraEvents& events) {
                 std::optional<CameraEvent> event = nextEvent(events, std::nullopt);
                 if (!event)
                     throw py::stop_iteration();
@@ -90,11 +90,11 @@ void bindEvents(py::module_& module)
         .def("get", &nextEvent, py::arg("timeout") = py::none(),
              "The next event, or None when none comes within timeout seconds (None: wait until one comes "
              "or the watch is closed).")
-        .def("close", &CameraEvents::stop, "Stops watching; a thread waiting for an event wakes.")
-        .def_property_readonly("closed", [](const CameraEvents& events) { return !events.isWatching(); },
+        .def("close", &Tarvello::CameraEvents::stop, "Stops watching; a thread waiting for an event wakes.")
+        .def_property_readonly("closed", [](const Tarvello::CameraEvents& events) { return !events.isWatching(); },
                                "True once the watch is closed.");
 
-    module.def("watch", [] { return std::make_unique<CameraEvents>(); },
+    module.def("watch", [] { return std::make_unique<Tarvello::CameraEvents>(); },
                "Starts watching for cameras plugged in or out and returns the CameraWatch.");
 }
 

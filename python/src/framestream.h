@@ -1,8 +1,11 @@
 #pragma once
 
-#include "cameraevents.h"
 #include "frame.h"
 #include "framearrays.h"
+
+#include <cameraevents.h>
+#include <camerareturn.h>
+#include <formatchoice.h>
 
 #include <atomic>
 #include <chrono>
@@ -25,7 +28,12 @@ public:
     // the camera cannot stream (busy, or another stream runs), CameraGone
     // when it was unplugged, std::invalid_argument for a format without an
     // array layout when decode is true.
-    FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers);
+    // followSeconds: when the camera is unplugged, wait for it (the same
+    // serial number) to come back, up to that long (0: as long as it
+    // takes), open it again in the same format and go on; nothing: end
+    // with CameraGone.
+    FrameStream(std::shared_ptr<PyCamera> camera, bool decode, double timeoutSeconds, int buffers,
+                std::optional<double> followSeconds = std::nullopt);
     ~FrameStream();
     FrameStream(const FrameStream&) = delete;
     FrameStream& operator=(const FrameStream&) = delete;
@@ -46,12 +54,24 @@ private:
     bool tryTake(FrameArrays::Destination& destination, Frame& frame);
     void throwIfGone();
     void stop();
+    // Claims the camera and streams; throws as the constructor says.
+    void startCamera();
+    void stopCamera();
+    // After an unplug, with following asked for: waits for the camera,
+    // opens it again and streams; throws CameraGone when it did not come
+    // back in time, returns early when the stream was closed meanwhile.
+    void followBack();
     void pause(std::chrono::steady_clock::duration limit);
 
     std::shared_ptr<PyCamera> m_camera;
     Tarvello::FrameLayout m_layout;
     std::unique_ptr<FrameArrays> m_arrays;
-    std::unique_ptr<CameraEvents> m_events;
+    std::unique_ptr<Tarvello::CameraEvents> m_events;
+    std::unique_ptr<Tarvello::CameraReturn> m_return;
+    // Not following: nothing; following: the limit (nothing: none).
+    std::optional<std::optional<std::chrono::steady_clock::duration>> m_follow;
+    std::optional<Tarvello::FormatChoice::Interval> m_interval;
+    int m_buffers = 4;
     std::chrono::steady_clock::duration m_timeout;
     unsigned long long m_removalsSeen = 0;
     bool m_open = false;

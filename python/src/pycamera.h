@@ -18,14 +18,29 @@ namespace TarvelloPython {
 class PyCamera
 {
 public:
-    // Selection as tarvello-ctl does it; throws the core's NoSuchCamera or Refused.
-    explicit PyCamera(const std::string& selector);
+    // Selection as tarvello-ctl does it; throws the core's NoSuchCamera or
+    // Refused. With storedProfile, the user's stored profile of the camera,
+    // if it has one, is applied (checked whole first; BadInput or Refused
+    // when it does not fit the camera).
+    PyCamera(const std::string& selector, bool storedProfile);
     ~PyCamera();
     PyCamera(const PyCamera&) = delete;
     PyCamera& operator=(const PyCamera&) = delete;
 
-    ImageAcquisition::IStreamingCamera& camera() const { return m_open->camera(); }
-    const Tarvello::CameraEntry& entry() const { return m_open->entry(); }
+    // Throws CameraGone while a following stream waits for the camera.
+    ImageAcquisition::IStreamingCamera& camera() const;
+    // False while a following stream waits for the camera; under mutex().
+    bool hasCamera() const { return m_open != nullptr; }
+    // Counts the times the camera was opened again after it came back
+    // (a stream that follows it); objects that hold a control compare it.
+    unsigned generation() const { return m_generation; }
+    // A following stream closes the camera that left (so that the kernel
+    // can give it its node again when it returns) and opens it again once
+    // it is back, found by its serial number, with the user's stored
+    // profile if it was opened with it. Both hold mutex() themselves.
+    void closeAway();
+    void reopen(const Tarvello::CameraEntry& returned);
+    const Tarvello::CameraEntry& entry() const { return m_entry; }
     std::mutex& mutex() const { return m_mutex; }
 
     // Throws std::invalid_argument for choices the camera does not offer,
@@ -48,7 +63,12 @@ public:
     void ensurePresent() const;
 
 private:
+    void applyStoredProfile();
+
     std::unique_ptr<Tarvello::OpenCamera> m_open;
+    Tarvello::CameraEntry m_entry;
+    bool m_storedProfile = false;
+    unsigned m_generation = 0;
     mutable std::mutex m_mutex;
     bool m_streaming = false;
 };

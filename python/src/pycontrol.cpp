@@ -3,6 +3,7 @@
 #include "pycamera.h"
 
 #include <controlwriter.h>
+#include <refused.h>
 #include <imageacquisition/imageacquisition.h>
 
 #include <stdexcept>
@@ -14,14 +15,38 @@ namespace TarvelloPython {
 using namespace ImageAcquisition;
 
 PyControl::PyControl(std::shared_ptr<PyCamera> camera, ICameraControl* control)
-    : m_camera(std::move(camera)), m_control(control)
+    : m_camera(std::move(camera)),
+      m_name(control && control->getName() ? control->getName() : ""),
+      m_control(control),
+      m_generation(m_camera->generation())
 {
+}
+
+ICameraControl& PyControl::current() const
+{
+    if (m_generation != m_camera->generation()) {
+        // The camera went and came back: its namesake on the camera as it
+        // is open now (camera() throws CameraGone while it is away).
+        IStreamingCamera& camera = m_camera->camera();
+        ICameraControl* found = nullptr;
+        for (int i = 0; i < camera.getControlCount() && !found; ++i) {
+            ICameraControl* candidate = camera.getControl(i);
+            if (candidate && candidate->getName() && m_name == candidate->getName())
+                found = candidate;
+        }
+        if (!found)
+            throw Tarvello::Refused(QString("The camera that came back has no control '%1'.")
+                                        .arg(QString::fromUtf8(m_name)));
+        m_control = found;
+        m_generation = m_camera->generation();
+    }
+    return *m_control;
 }
 
 Tarvello::ControlDescription PyControl::describe() const
 {
     const std::lock_guard<std::mutex> lock(m_camera->mutex());
-    return Tarvello::ControlDescription::of(*m_control);
+    return Tarvello::ControlDescription::of(current());
 }
 
 py::object PyControl::toPython(const Tarvello::ControlDescription& d)
@@ -82,7 +107,7 @@ void PyControl::refresh()
 {
     const std::lock_guard<std::mutex> lock(m_camera->mutex());
     m_camera->ensurePresent();
-    m_control->refresh();
+    current().refresh();
 }
 
 void PyControl::writeAll(PyCamera& camera, const QVector<QPair<QString, QString>>& assignments)

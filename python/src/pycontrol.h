@@ -4,6 +4,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <QByteArray>
 #include <QPair>
 #include <QString>
 #include <QVector>
@@ -43,8 +44,14 @@ public:
     static pybind11::object toPython(const Tarvello::ControlDescription& description);
 
 private:
+    // The control of the camera as it is open now: after the camera came
+    // back (a stream followed it), its namesake on the camera opened again.
+    ImageAcquisition::ICameraControl& current() const;
+
     std::shared_ptr<PyCamera> m_camera;
-    ImageAcquisition::ICameraControl* m_control;
+    QByteArray m_name;
+    mutable ImageAcquisition::ICameraControl* m_control;
+    mutable unsigned m_generation;
 };
 
 } // namespace TarvelloPython

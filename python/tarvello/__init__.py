@@ -15,6 +15,7 @@ watch() reports cameras plugged in or out.
 """
 
 from ._native import (
+    BusFull,
     Camera,
     CameraEvent,
     CameraGone,
@@ -34,6 +35,7 @@ from ._native import (
 )
 
 __all__ = [
+    "BusFull",
     "Camera",
     "CameraEvent",
     "CameraGone",

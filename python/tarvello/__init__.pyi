@@ -19,6 +19,9 @@ class CameraGone(CameraNotFound):
 class Refused(RuntimeError):
     """Well-formed input the camera will not take now."""
 
+class BusFull(Refused):
+    """The camera's USB bus has no bandwidth left for the stream."""
+
 class CameraInfo:
     """A camera present when cameras() was called."""
     @property
@@ -165,7 +168,8 @@ class Camera:
     def save_profile(self, path: Optional[Union[str, os.PathLike[str]]] = None) -> str: ...
     def load_profile(self, source: Union[str, os.PathLike[str]], dry_run: bool = False) -> ProfileReport: ...
     def stream(self, fmt: Optional[str] = None, size: Optional[Size] = None, interval: Optional[Interval] = None,
-               decode: bool = True, timeout: float = 5.0, buffers: int = 4) -> Stream: ...
+               decode: bool = True, timeout: float = 5.0, buffers: int = 4,
+               follow: Union[None, bool, float] = None) -> Stream: ...
     def grab(self, count: int = 1, fmt: Optional[str] = None, size: Optional[Size] = None,
              interval: Optional[Interval] = None, decode: bool = True, timeout: float = 5.0) -> list[Frame]: ...
 
@@ -190,8 +194,9 @@ class CameraWatch:
 def cameras() -> list[CameraInfo]:
     """The cameras present now."""
 
-def open(selector: Optional[Union[str, int]] = None) -> Camera:
-    """Opens a camera by index (0 or more), node, serial, bus info or a unique part of its name."""
+def open(selector: Optional[Union[str, int]] = None, *, stored_profile: bool = True) -> Camera:
+    """Opens a camera by index (0 or more), node, serial, bus info or a unique part of its name,
+    and applies its stored profile for this user unless stored_profile is False."""
 
 def watch() -> CameraWatch:
     """Starts watching for cameras plugged in or out."""

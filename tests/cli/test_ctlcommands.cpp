@@ -2,12 +2,14 @@
 // camera can be unplugged under them, and the stream arithmetic of stats.
 #include <cameraselector.h>
 #include <commandoutput.h>
+#include <opencamera.h>
 #include <ctlprogram.h>
 #include <frameimage.h>
 #include <streamformat.h>
 #include <streamstatistics.h>
 #include <videorecorder.h>
 
+#include <imageacquisition/imageacquisition.h>
 #include <imageacquisition/virtualcameras.h>
 
 #include <QDir>
@@ -65,6 +67,31 @@ Run runAndUnplugAfter(const QStringList& arguments, int milliseconds)
     QElapsedTimer clock;
     clock.start();
     return runAndUnplugWhen(arguments, [clock, milliseconds] { return clock.elapsed() >= milliseconds; });
+}
+
+// Runs the command while another thread reboots the last camera through its
+// serial line after the given time: it leaves and comes back 1.5 s later
+// with the same serial number.
+Run runAndRebootAfter(const QStringList& arguments, int milliseconds)
+{
+    const QString line = QString::fromStdString(
+        ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+    std::atomic<bool> done{false};
+    std::thread rebooter([&] {
+        for (int waited = 0; waited < milliseconds && !done; waited += 20)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        QFile terminal(line);
+        if (!done && terminal.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            terminal.write("reboot\r");
+    });
+    Run run{0, QString(), QString()};
+    {
+        CommandOutput output(&run.out, &run.err);
+        run.status = CtlProgram().run(QStringList{"tarvello-ctl"} + arguments, output);
+    }
+    done = true;
+    rebooter.join();
+    return run;
 }
 
 Run runCommand(const QStringList& arguments)
@@ -208,6 +235,120 @@ private slots:
         QCOMPARE(runCommand({"grab", "-d", lastSerial(), "--format", "MJPG", "--size", "320x240", "-o", dir.path()})
                      .status,
                  0);
+    }
+
+    void aFullBusIsExplained()
+    {
+        // Two cameras on the virtual cameras' simulated bus, room for one
+        // YUYV 1280x720 stream at 1/30 (55.3 MB/s) but not two.
+        qputenv("IMAGEACQUISITION_VIRTUAL_USB_BUS", "70M");
+        const QVector<Tarvello::CameraEntry> cameras = Tarvello::CameraSelector::presentCameras();
+        const Tarvello::CameraEntry& first = cameras.at(cameras.size() - 2);
+        Tarvello::OpenCamera busy(first.serial);
+        const QStringList format{"--format", "YUYV", "--size", "1280x720", "--interval", "1/30"};
+        QCommandLineParser parser;
+        StreamFormat::addOptions(parser);
+        QVERIFY(parser.parse(QStringList{"x"} + format));
+        StreamFormat::choose(busy.camera(), parser);
+        QCOMPARE(busy.camera().allocateBuffers(2), 0);
+        QCOMPARE(busy.camera().startStreaming(), 0);
+
+        const Run refused = runCommand(QStringList{"grab", "-d", lastSerial(), "-o", QDir::tempPath()} + format);
+        busy.camera().stopStreaming();
+        busy.camera().releaseBuffers();
+        const Run doctor = runCommand({"doctor"});
+        qunsetenv("IMAGEACQUISITION_VIRTUAL_USB_BUS");
+        QCOMPARE(refused.status, 4);
+        QVERIFY2(refused.err.contains("has no bandwidth left for YUYV 1280x720 at 1/30 (about 55.3 MB/s)")
+                     && refused.err.contains(first.serial + ") streams YUYV 1280x720 at 1/30, 55.3 MB/s")
+                     && refused.err.contains("These fit: MJPG 1280x720 at 1/30 (about 13.8 MB/s), YUYV 320x240 at "
+                                             "1/30 (about 4.6 MB/s), YUYV 1280x720 at 2/15 (about 13.8 MB/s)"),
+                 qPrintable(refused.err));
+        QVERIFY2(doctor.out.contains("the virtual cameras' USB bus (simulated)") && doctor.out.contains("carries"),
+                 qPrintable(doctor.out));
+    }
+
+    void storedProfileComesBackAfterAReboot()
+    {
+        QTemporaryDir config;
+        qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+        qputenv("TARVELLO_SYSTEM_PROFILE_DIR", (config.path() + "/system").toLocal8Bit());
+        const QString serial = lastSerial();
+        const QString stored = config.filePath("tarvello/cameras/" + serial + ".json");
+        QCOMPARE(runCommand({"set", "-d", serial, "brightness=33"}).status, 0);
+        const Run store = runCommand({"profile", "store", "-d", serial});
+        QCOMPARE(store.status, 0);
+        QVERIFY2(QFile::exists(stored) && store.out.contains(stored), qPrintable(store.out));
+        QVERIFY(runCommand({"profile", "show", "--stored", "-d", serial}).out.contains("\"Brightness\""));
+        QCOMPARE(runCommand({"profile", "show", "--stored", "--system", "-d", serial}).status, 1); // none kept for all
+
+        // A reboot brings the camera back with the same serial number and its defaults.
+        const QString line = QString::fromStdString(
+            ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1));
+        // As "echo reboot > /dev/ttyACM0" does it: the line is closed at once.
+        QFile terminal(line);
+        QVERIFY(terminal.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && terminal.write("reboot\r") == 7);
+        terminal.close();
+        QTRY_VERIFY_WITH_TIMEOUT(runCommand({"get", "-d", serial, "brightness"}).out.contains("Brightness = 0"), 8000);
+        const Run apply = runCommand({"profile", "apply", "--stored", "-d", serial});
+        QVERIFY2(apply.status == 0 && apply.out.contains("set Brightness = 33"), qPrintable(apply.out + apply.err));
+        QVERIFY(runCommand({"get", "-d", serial, "brightness"}).out.contains("Brightness = 33"));
+
+        QCOMPARE(runCommand({"profile", "forget", "-d", serial}).status, 0);
+        QVERIFY(!QFile::exists(stored));
+        const Run none = runCommand({"profile", "apply", "--stored", "-d", serial});
+        QVERIFY(none.status == 0 && none.out.contains("nothing to apply"));
+        QCOMPARE(runCommand({"profile", "apply", "-d", serial}).status, 2); // apply takes --stored
+        QCOMPARE(runCommand({"profile", "store", "--system", "-d", serial}).status, 0);
+        QVERIFY(QFile::exists(config.filePath("system/" + serial + ".json")));
+        QCOMPARE(runCommand({"set", "-d", serial, "brightness=0"}).status, 0);
+        qunsetenv("XDG_CONFIG_HOME");
+        qunsetenv("TARVELLO_SYSTEM_PROFILE_DIR");
+    }
+
+    void streamsFollowTheirCameraBack()
+    {
+        if (ImageAcquisition::VirtualCameras::serialLinePath(ImageAcquisition::VirtualCameras::count() - 1).empty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        QTemporaryDir dir;
+        const QString file = dir.filePath("followed.mkv");
+        const Run record = runAndRebootAfter({"record", "-d", lastSerial(), "--follow", "10", "--duration", "3",
+                                              "--format", "MJPG", "--size", "320x240", "-o", file},
+                                             800);
+        QVERIFY2(record.status == 0, qPrintable(record.err));
+        QVERIFY2(record.err.contains("was unplugged; waiting for it to come back (up to 10 s)")
+                     && record.err.contains("is back"),
+                 qPrintable(record.err));
+        const QString ffprobe = QStandardPaths::findExecutable("ffprobe");
+        if (!ffprobe.isEmpty()) {
+            // One playable file whose time stamps keep the time away.
+            QProcess probe;
+            probe.start(ffprobe, {"-v", "error", "-select_streams", "v:0", "-show_entries", "packet=pts_time", "-of",
+                                  "csv=p=0", file});
+            QVERIFY(probe.waitForFinished(30000));
+            QCOMPARE(probe.exitCode(), 0);
+            QList<double> times;
+            for (const QByteArray& row : probe.readAllStandardOutput().trimmed().split('\n'))
+                times << row.toDouble();
+            double widest = 0;
+            for (int i = 1; i < times.size(); ++i)
+                widest = qMax(widest, times[i] - times[i - 1]);
+            QVERIFY2(times.size() > 20 && widest > 1.0, qPrintable(QString("%1 frames, widest gap %2 s")
+                                                                     .arg(times.size())
+                                                                     .arg(widest)));
+        }
+
+        const Run stats = runAndRebootAfter({"stats", "-d", lastSerial(), "--follow", "--duration", "3", "--format",
+                                             "MJPG", "--size", "320x240"},
+                                            800);
+        QVERIFY2(stats.status == 0, qPrintable(stats.err));
+        QVERIFY2(stats.out.contains(QRegularExpression("outages: +1, [0-9.]+ s without the camera, about [1-9]")),
+                 qPrintable(stats.out));
+
+        // Without --follow: the message and exit status of an unplug, as before.
+        const Run grab = runAndRebootAfter({"grab", "-d", lastSerial(), "--duration", "4", "-o", dir.path()}, 500);
+        QCOMPARE(grab.status, 3);
+        QCOMPARE(runCommand({"grab", "-d", lastSerial(), "--follow=-1"}).status, 2);
     }
 
     void damagedFramesAreLeftOutNotDecoded()

@@ -88,5 +88,29 @@ for subsystem in video4linux tty; do
     check "udev rule gives the seat's user the $subsystem nodes of vendor $vendor" \
         grep -qE "^SUBSYSTEM==\"$subsystem\", ATTRS\{idVendor\}==\"$vendor\", TAG\+=\"uaccess\"$" "$rule"
 done
-check "udev rule has no unconfigured placeholder" bash -c '! grep -q @ "$1"' _ "$rule"
+check "udev rule has no unconfigured placeholder" bash -c '! grep -qE "@|%" "$1"' _ "$rule"
+
+# At plug the rule runs the stored-profile launcher for the capture node; it
+# must hand the work off and return at once, and the work must end in time.
+check "udev rule applies the stored profile of a new capture node" \
+    grep -qF 'ATTR{index}=="0", RUN+="'"$pkglib/tarvello-apply-stored-profile"' $devnode"' "$rule"
+launcher=$pkglib/tarvello-apply-stored-profile
+check "stored-profile launcher passes the shell's syntax check" sh -n "$launcher"
+check "stored-profile launcher refuses what is not a video node" bash -c '! "$1" /etc/passwd 2>/dev/null' _ "$launcher"
+work=$(mktemp -d)
+printf '#!/bin/sh\necho "$@" > "%s/args"\nsleep 30\necho late > "%s/late"\n' "$work" "$work" >"$work/ctl"
+chmod +x "$work/ctl"
+# A PATH without systemd-run, so that the session of its own is taken.
+mkdir "$work/bin"
+for tool in sh setsid timeout logger sleep; do ln -s "$(command -v "$tool")" "$work/bin/$tool"; done
+started=$(date +%s%N)
+PATH=$work/bin TARVELLO_CTL=$work/ctl TARVELLO_PROFILE_TIMEOUT=1 "$launcher" /dev/video7 >/dev/null 2>&1
+returned=$(( ($(date +%s%N) - started) / 1000000 ))
+check "stored-profile launcher returns at once (${returned} ms)" test "$returned" -lt 1000
+for _ in $(seq 30); do [ -s "$work/args" ] && break; sleep 0.1; done
+check "stored-profile launcher applies the system profile of the node" \
+    grep -qx -- "-d /dev/video7 profile apply --stored --system" "$work/args"
+sleep 1.5
+check "stored-profile launcher's work is bounded in time" test ! -e "$work/late"
+rm -rf "$work"
 finish

@@ -102,3 +102,20 @@ def test_profiles_save_and_load(camera, tmp_path):
         camera.load_profile('{"tarvello-profile": 1, "controls": [{"name": "Brightness", "value": "x"}]}')
     with pytest.raises(FileNotFoundError):
         camera.load_profile(tmp_path / "missing.json")
+
+
+def test_the_stored_profile_is_applied_by_open(plugged, monkeypatch, tmp_path):
+    info, _ = plugged
+    monkeypatch.setenv("XDG_CONFIG_HOME", str(tmp_path))
+    cam = tarvello.open(info.serial)
+    cam.controls["Brightness"].value = 21
+    folder = tmp_path / "tarvello" / "cameras"
+    folder.mkdir(parents=True)
+    cam.save_profile(folder / (info.serial + ".json"))
+    cam.controls["Brightness"].value = -5
+    del cam
+    assert tarvello.open(info.serial, stored_profile=False).controls["Brightness"].value == -5
+    assert tarvello.open(info.serial).controls["Brightness"].value == 21
+    (folder / (info.serial + ".json")).write_text('{"tarvello-profile": 1, "controls": [{"name": "Nope", "value": 1}]}')
+    with pytest.raises(ValueError, match="stored profile"):
+        tarvello.open(info.serial)

@@ -195,3 +195,42 @@ def test_no_memory_growth_over_ten_thousand_frames():
     assert sum(counts) >= 10_000
     growth = rss_kib() - baseline["rss"]
     assert growth < 8 * 1024, f"resident set grew by {growth} KiB"
+
+
+def test_a_full_bus_names_what_else_streams(camera, monkeypatch):
+    second_index = tarvello._testing.plug()
+    second = tarvello.open(tarvello.cameras()[-1].serial)
+    try:
+        monkeypatch.setenv("IMAGEACQUISITION_VIRTUAL_USB_BUS", "70M")
+        with camera.stream(fmt="YUYV", size=(1280, 720), interval=(1, 30)):
+            with pytest.raises(tarvello.BusFull) as refused:
+                second.stream(fmt="YUYV", size=(1280, 720), interval=(1, 30))
+            assert camera.info.serial in str(refused.value)
+            assert "MJPG 1280x720 at 1/30" in str(refused.value)
+            # What fits, starts.
+            with second.stream(fmt="MJPG", size=(1280, 720), interval=(1, 30)) as frames:
+                assert next(frames).width == 1280
+    finally:
+        tarvello._testing.unplug(second_index)
+
+
+def test_a_followed_stream_goes_on_after_a_reboot(camera, plugged):
+    info, index = plugged
+    line = _testing.serial_line_path(index)
+    if not line:
+        pytest.skip("the virtual camera got no pseudo-terminal here")
+    brightness = camera.controls["Brightness"]
+    numbers = []
+    with camera.stream(fmt="MJPG", size=(W, H), interval=(1, 30), timeout=3, follow=10) as frames:
+        for frame in frames:
+            numbers.append(frame.number)
+            if len(numbers) == 3:
+                with open(line, "w") as terminal:  # the camera reboots: it leaves and comes back
+                    terminal.write("reboot\r")
+            if len(numbers) > 3 and frame.number < numbers[-2]:
+                break  # the returned camera numbers its frames anew
+    assert len(numbers) > 3
+    # The camera object and its controls are the returned camera's now.
+    brightness.value = 7
+    assert camera.controls["Brightness"].value == 7
+    assert tarvello.cameras()[-1].serial == info.serial

@@ -6,6 +6,7 @@
 #include "menuitems.h"
 #include "rangeexpansion.h"
 #include "sysfsreader.h"
+#include "usbbusreader.h"
 #include "v4l2backend.h"
 #include "v4l2controlkind.h"
 #include "v4l2device.h"
@@ -145,6 +146,47 @@ private slots:
         QCOMPARE(SysfsReader::serialLine(usbInfo.sysfsPath), std::string());
         QVERIFY(QDir().mkpath(usb + "/1-2:1.4/tty/ttyACM3") && QDir().mkpath(usb + "/1-2:1.5"));
         QCOMPARE(SysfsReader::serialLine(usbInfo.sysfsPath), std::string(expected.isEmpty() ? "" : "/dev/ttyACM3"));
+    }
+
+    void streamsOnTheSameBusFromTheirAlternateSettings()
+    {
+        // 1024 bytes and two more transactions every microframe: 24.6 MB/s.
+        QCOMPARE(UsbBusReader::isochronousRate("1400", 1, 480), 3LL * 1024 * 8000);
+        QCOMPARE(UsbBusReader::isochronousRate("0200", 4, 480), 512LL * 1000);
+        QCOMPARE(UsbBusReader::isochronousRate("03ff", 1, 12), 1023LL * 1000);
+        QCOMPARE(UsbBusReader::periodicCapacity(480), 48000000LL);
+
+        QTemporaryDir root;
+        const QString devices = root.path() + "/devices/pci0000:00/0000:00:14.0";
+        const auto write = [](const QString& folder, const char* name, const QByteArray& value) {
+            QDir().mkpath(folder);
+            QFile file(folder + "/" + name);
+            return file.open(QIODevice::WriteOnly) && file.write(value + "\n") > 0;
+        };
+        const QString bus = root.path() + "/bus/usb/devices";
+        QVERIFY(QDir().mkpath(bus));
+        // Ours (1-1), a camera that streams (1-2), one that does not (1-3), one on another bus (2-1).
+        for (const auto& [name, busNumber] : {std::pair("1-1", "1"), {"1-2", "1"}, {"1-3", "1"}, {"2-1", "2"}}) {
+            const QString device = devices + "/usb" + busNumber + "/" + name;
+            QVERIFY(write(device, "busnum", busNumber) && write(device, "serial", QByteArray("SN-") + name));
+            QVERIFY(QFile::link(device, bus + "/" + name));
+            const QString streaming = device + "/" + name + ":1.1";
+            QVERIFY(write(streaming, "bInterfaceClass", "0e") && write(streaming, "bInterfaceSubClass", "02"));
+            QVERIFY(write(streaming, "bAlternateSetting", QByteArray(name) == "1-3" ? " 0" : " 6"));
+            QVERIFY(write(streaming + "/ep_81", "type", "Isoc") && write(streaming + "/ep_81", "wMaxPacketSize", "1400")
+                    && write(streaming + "/ep_81", "bInterval", "01"));
+            QVERIFY(write(device + "/" + name + ":1.0/video4linux/video" + QString(name).right(1), "name", QByteArray("Cam ") + name));
+        }
+        QVERIFY(write(devices + "/usb1", "speed", "480") && QFile::link(devices + "/usb1", bus + "/usb1"));
+
+        const UsbBandwidth::Bus seen = UsbBusReader(root.path().toStdString()).busOf((devices + "/usb1/1-1").toStdString());
+        QCOMPARE(QString::fromStdString(seen.name), QString("USB bus 1 (high speed, 480 Mbit/s)"));
+        QCOMPARE(seen.capacity, 48000000LL);
+        QCOMPARE(int(seen.streams.size()), 1);
+        QCOMPARE(QString::fromStdString(seen.streams[0].serial), QString("SN-1-2"));
+        QCOMPARE(QString::fromStdString(seen.streams[0].name), QString("Cam 1-2"));
+        QCOMPARE(QString::fromStdString(seen.streams[0].node), QString("/dev/video2"));
+        QCOMPARE(seen.streams[0].bytesPerSecond, 3LL * 1024 * 8000);
     }
 
     void extensionUnitMappingFailuresNameEachControl()

@@ -28,6 +28,13 @@ long long FrameClock::nextReadyNs() const
     return m_startNs + (m_lastIndex + 2) * m_periodNs;
 }
 
+FrameClock::Tick FrameClock::upcoming() const
+{
+    const long long index = m_lastIndex + 1;
+    const long long sinceStart = (index + 1) * m_periodNs;
+    return Tick{static_cast<unsigned long long>(index), m_startNs + sinceStart, sinceStart};
+}
+
 void FrameClock::taken(const Tick& tick)
 {
     m_lastIndex = static_cast<long long>(tick.index);

@@ -23,6 +23,8 @@ public:
     void taken(const Tick& tick);
     // When the first frame newer than the last one taken is ready.
     long long nextReadyNs() const;
+    // That frame, before it is ready.
+    Tick upcoming() const;
 
 private:
     long long m_startNs = 0;

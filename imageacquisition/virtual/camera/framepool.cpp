@@ -7,6 +7,7 @@ namespace ImageAcquisition {
 void FramePool::allocate(int count, size_t bytes)
 {
     release();
+    const std::lock_guard<std::mutex> lock(m_mutex);
     count = std::clamp(count, 1, kMaxCount);
     m_slots.resize(static_cast<size_t>(count));
     for (Slot& slot : m_slots) {
@@ -17,6 +18,7 @@ void FramePool::allocate(int count, size_t bytes)
 
 void FramePool::release()
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (Slot& slot : m_slots) {
         if (slot.handedOut)
             m_orphans.push_back(std::move(slot.frame));
@@ -24,8 +26,21 @@ void FramePool::release()
     m_slots.clear();
 }
 
+bool FramePool::isAllocated() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return !m_slots.empty();
+}
+
+int FramePool::size() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<int>(m_slots.size());
+}
+
 VirtualFrame* FramePool::acquire()
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (Slot& slot : m_slots) {
         if (!slot.handedOut) {
             slot.handedOut = true;
@@ -39,6 +54,7 @@ bool FramePool::giveBack(const IFrame* frame)
 {
     if (!frame)
         return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (Slot& slot : m_slots) {
         if (slot.frame.get() == frame) {
             const bool wasOut = slot.handedOut;
@@ -56,6 +72,7 @@ bool FramePool::giveBack(const IFrame* frame)
 
 int FramePool::outstanding() const
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
     int count = static_cast<int>(m_orphans.size());
     for (const Slot& slot : m_slots)
         count += slot.handedOut ? 1 : 0;

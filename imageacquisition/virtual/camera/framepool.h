@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace ImageAcquisition {
@@ -11,7 +12,9 @@ namespace ImageAcquisition {
 // The frame buffers of one stream. A frame handed out stays valid until it
 // is given back, even when the buffers are released or reallocated in the
 // meantime: such a frame is kept aside and freed when it comes back (or
-// with the pool).
+// with the pool). Frames may come back from another thread than the one
+// that takes them (a consumer that is done with a frame while the camera
+// draws the next one ahead), so the bookkeeping is locked.
 class FramePool
 {
 public:
@@ -21,8 +24,8 @@ public:
     // to 1 .. kMaxCount). The memory is touched now, not by the first frames.
     void allocate(int count, size_t bytes);
     void release();
-    bool isAllocated() const { return !m_slots.empty(); }
-    int size() const { return static_cast<int>(m_slots.size()); }
+    bool isAllocated() const;
+    int size() const;
 
     // A free buffer, or null when every buffer is handed out.
     VirtualFrame* acquire();
@@ -38,6 +41,7 @@ private:
         bool handedOut = false;
     };
 
+    mutable std::mutex m_mutex;
     std::vector<Slot> m_slots;
     std::vector<std::unique_ptr<VirtualFrame>> m_orphans;
 };

@@ -5,6 +5,7 @@
 #include "monotonicclock.h"
 #include "virtualdevice.h"
 #include "virtualunit.h"
+#include "virtualusbbus.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -129,6 +130,20 @@ int VirtualCamera::startStreaming()
         return -EINVAL;
     if (m_streaming)
         return 0;
+    // What a camera on a crowded bus meets at this point: uvcvideo asks the
+    // bus for the stream's bandwidth when it starts it.
+    UsbBandwidth::Stream stream;
+    stream.name = m_device->getName();
+    stream.serial = m_device->getSerial();
+    stream.node = m_device->getSystemName();
+    stream.format = std::string(format().getFourCC()) + " " + std::to_string(resolution().getWidth()) + "x"
+                    + std::to_string(resolution().getHeight()) + " at " + std::to_string(interval().getNumerator())
+                    + "/" + std::to_string(interval().getDenominator());
+    stream.bytesPerSecond =
+        UsbBandwidth::estimate(format().isCompressed(), resolution().getWidth(), resolution().getHeight(),
+                               resolution().getBytesPerLine(), interval().getNumerator(), interval().getDenominator());
+    if (const int refused = VirtualUsbBus::instance().reserve(m_unit.get(), stream))
+        return refused;
     const double rate = double(resolution().getWidth()) * resolution().getHeight() * interval().getDenominator()
                         / interval().getNumerator();
     m_unit->state().streamStarted(caption(), rate / kFullPixelRate);
@@ -159,9 +174,18 @@ IFrame* VirtualCamera::getFrame()
     std::optional<FrameClock::Tick> tick = m_clock.due(now);
     if (!tick)
         return &m_emptyFrame;
-    VirtualFrame* frame = m_pool.acquire();
-    if (!frame)
-        return &m_emptyFrame;
+    if (m_prepared.frame) {
+        // Drawn ahead while the caller waited: still the newest, and of the
+        // sequence in force (no restart since), it is the frame.
+        if (m_prepared.index == tick->index
+            && m_prepared.sequenceGeneration == m_unit->state().settings().sequenceGeneration) {
+            VirtualFrame* frame = m_prepared.frame;
+            m_prepared = Prepared{};
+            m_clock.taken(*tick);
+            return frame;
+        }
+        dropPrepared();
+    }
 
     const ImageSettings settings = m_unit->state().frameProduced();
     if (settings.sequenceGeneration != m_sequenceGeneration) {
@@ -170,20 +194,30 @@ IFrame* VirtualCamera::getFrame()
         m_clock.start(now - interval().periodNanoseconds(), interval().periodNanoseconds());
         tick = m_clock.due(now);
     }
+    VirtualFrame* frame = produce(*tick, settings);
+    if (!frame)
+        return &m_emptyFrame;
     m_clock.taken(*tick);
+    return frame;
+}
 
+VirtualFrame* VirtualCamera::produce(const FrameClock::Tick& tick, const ImageSettings& settings)
+{
+    VirtualFrame* frame = m_pool.acquire();
+    if (!frame)
+        return nullptr;
     FrameInfo info;
-    info.number = tick->index;
-    info.seconds = static_cast<double>(tick->sinceStartNs) / 1e9;
+    info.number = tick.index;
+    info.seconds = static_cast<double>(tick.sinceStartNs) / 1e9;
     info.caption = caption();
     const size_t size = m_renderer.render(format().encoding(), static_cast<int>(resolution().getWidth()),
                                           static_cast<int>(resolution().getHeight()), settings, info,
                                           frame->storage(), &frame->content());
     if (size == 0) {
         m_pool.giveBack(frame);
-        return &m_emptyFrame;
+        return nullptr;
     }
-    const IFrame::TimeStamp stamp{tick->captureNs / 1000000000LL, tick->captureNs % 1000000000LL / 1000};
+    const IFrame::TimeStamp stamp{tick.captureNs / 1000000000LL, tick.captureNs % 1000000000LL / 1000};
     int delivered = static_cast<int>(size);
     if (m_unit->takeDamagedFrame()) {
         // A bad cable's frame. Only the delivered bytes change, so that the
@@ -193,8 +227,26 @@ IFrame* VirtualCamera::getFrame()
         else
             delivered /= 2;
     }
-    frame->setContents(delivered, tick->index, stamp);
+    frame->setContents(delivered, tick.index, stamp);
     return frame;
+}
+
+void VirtualCamera::prepareUpcoming()
+{
+    // A restart is the next getFrame's to carry out; nothing is drawn ahead of it.
+    if (m_prepared.frame || m_unit->state().settings().sequenceGeneration != m_sequenceGeneration)
+        return;
+    const FrameClock::Tick tick = m_clock.upcoming();
+    const ImageSettings settings = m_unit->state().frameProduced();
+    if (VirtualFrame* frame = produce(tick, settings))
+        m_prepared = Prepared{frame, tick.index, settings.sequenceGeneration};
+}
+
+void VirtualCamera::dropPrepared()
+{
+    if (m_prepared.frame)
+        m_pool.giveBack(m_prepared.frame);
+    m_prepared = Prepared{};
 }
 
 int VirtualCamera::waitForFrame(int timeoutMs)
@@ -208,6 +260,9 @@ int VirtualCamera::waitForFrame(int timeoutMs)
     const long long ready = m_clock.nextReadyNs();
     if (ready <= now)
         return 1;
+    // The caller will take the frame when it is due: draw it now.
+    if (ready <= deadline)
+        prepareUpcoming();
     if (m_unit->sleepUntilUnplugged(std::min(ready, deadline)))
         return -ENODEV;
     return ready <= deadline ? 1 : 0;
@@ -225,7 +280,9 @@ void VirtualCamera::stop()
     if (!m_streaming)
         return;
     m_streaming = false;
+    dropPrepared();
     m_unit->state().streamStopped();
+    VirtualUsbBus::instance().release(m_unit.get());
 }
 
 void VirtualCamera::freeBuffers()

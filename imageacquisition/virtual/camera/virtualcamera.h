@@ -50,7 +50,22 @@ public:
     int waitForFrame(int timeoutMs) override;
 
 private:
+    // A frame drawn (and compressed) while a caller waits for it, as a
+    // sensor exposes a frame during the period before it is read out, so
+    // that the frame is there the moment it is due.
+    struct Prepared
+    {
+        VirtualFrame* frame = nullptr;
+        unsigned long long index = 0;
+        unsigned long long sequenceGeneration = 0;
+    };
+
     bool isPlugged() const;
+    // Draws the frame of tick into a free buffer; null when none is free or
+    // the drawing failed.
+    VirtualFrame* produce(const FrameClock::Tick& tick, const ImageSettings& settings);
+    void prepareUpcoming();
+    void dropPrepared();
     void stop();
     void freeBuffers();
     VirtualPixelFormat& format() const;
@@ -72,6 +87,7 @@ private:
     unsigned long long m_sequenceGeneration = 0;
     FrameRenderer m_renderer;
     VirtualFrame m_emptyFrame;
+    Prepared m_prepared;
 };
 
 } // namespace ImageAcquisition

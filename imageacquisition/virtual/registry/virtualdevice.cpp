@@ -2,6 +2,7 @@
 
 #include "virtualcamera.h"
 #include "virtualunit.h"
+#include "virtualusbbus.h"
 
 #include <imageacquisition/kelvane.h>
 
@@ -28,6 +29,11 @@ VirtualDevice::~VirtualDevice() = default;
 bool VirtualDevice::isKelvaneDevice() const
 {
     return m_vendor == kKelvaneUsbVendorId && m_serialLinked;
+}
+
+UsbBandwidth::Bus VirtualDevice::bus() const
+{
+    return VirtualUsbBus::instance().state(m_unit.get());
 }
 
 IStreamingCamera* VirtualDevice::open() const

@@ -43,6 +43,7 @@ public:
     const char* getSerialLine() const override { return m_serialLine.c_str(); }
 
     IStreamingCamera* open() const override;
+    UsbBandwidth::Bus bus() const override;
 
 private:
     std::shared_ptr<VirtualUnit> m_unit;

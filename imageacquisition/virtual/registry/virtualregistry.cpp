@@ -60,9 +60,9 @@ void VirtualRegistry::followEnvironment()
         remove(m_units.size() - 1);
 }
 
-std::shared_ptr<VirtualUnit> VirtualRegistry::createUnit()
+std::shared_ptr<VirtualUnit> VirtualRegistry::createUnit(int number)
 {
-    return std::make_shared<VirtualUnit>(m_nextNumber++,
+    return std::make_shared<VirtualUnit>(number > 0 ? number : m_nextNumber++,
                                          [this](int number, const std::string& what) { request(number, what); });
 }
 
@@ -75,9 +75,10 @@ void VirtualRegistry::request(int number, const std::string& what)
         return;
     if (what == "unplug" || what == "reboot")
         m_work->post([this, number] { unplugNumber(number); });
-    // A rebooting camera comes back as a new device, a moment later.
+    // A rebooting camera comes back a moment later as a new device with
+    // the same serial number (and the firmware's default settings).
     if (what == "reboot")
-        m_work->post([this] { plug(); }, std::chrono::milliseconds(1500));
+        m_work->post([this, number] { plugNumber(number); }, std::chrono::milliseconds(1500));
     if (what == "plug")
         m_work->post([this] { plug(); });
 }
@@ -126,9 +127,14 @@ int VirtualRegistry::count()
 
 int VirtualRegistry::plug()
 {
+    return plugNumber(0);
+}
+
+int VirtualRegistry::plugNumber(int number)
+{
     std::lock_guard<std::mutex> lock(m_mutex);
     followEnvironment();
-    m_units.push_back(createUnit());
+    m_units.push_back(createUnit(number));
     notify(ICameraEvent::CameraAdded);
     return static_cast<int>(m_units.size()) - 1;
 }

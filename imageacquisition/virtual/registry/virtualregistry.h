@@ -45,7 +45,9 @@ private:
     void followEnvironment();
     void notify(int type);
     std::shared_ptr<VirtualUnit> remove(size_t index);
-    std::shared_ptr<VirtualUnit> createUnit();
+    // number 0: the next new one; else that of a camera coming back.
+    std::shared_ptr<VirtualUnit> createUnit(int number = 0);
+    int plugNumber(int number);
     void request(int number, const std::string& what);
     bool unplugNumber(int number);
 

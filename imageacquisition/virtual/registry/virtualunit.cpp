@@ -1,6 +1,7 @@
 #include "virtualunit.h"
 
 #include "monotonicclock.h"
+#include "virtualusbbus.h"
 
 #include <cctype>
 #include <chrono>
@@ -95,6 +96,8 @@ void VirtualUnit::unplug()
         m_plugged = false;
     }
     m_unplugSignal.notify_all();
+    // A camera that leaves the bus frees what its stream held there.
+    VirtualUsbBus::instance().release(this);
     m_state.detach();
     {
         std::lock_guard<std::mutex> lock(m_mutex);

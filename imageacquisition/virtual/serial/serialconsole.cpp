@@ -63,6 +63,10 @@ void SerialConsole::run()
 void SerialConsole::talk(bool& wasListening, long long& nextStatusNs)
 {
     const long long now = monotonicNanoseconds();
+    // Read first: what a program wrote just before it closed the line
+    // ("echo reboot > /dev/ttyACM0") is carried out all the same, though
+    // nobody is left to hear the answer.
+    const std::string replies = receive();
     if (!m_terminal->hasListener()) {
         wasListening = false;
         return;
@@ -71,8 +75,6 @@ void SerialConsole::talk(bool& wasListening, long long& nextStatusNs)
         wasListening = true;
         nextStatusNs = now + kFirstStatusNs;
     }
-
-    const std::string replies = receive();
 
     bool banner = false;
     {

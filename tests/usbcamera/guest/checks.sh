@@ -134,6 +134,71 @@ for command in "stats --duration 8" "serial --duration 8"; do
     wait_for_nodes || finish
 done
 
+# A recording that follows its camera across a USB disconnect and
+# reconnect: one file, frames from before and after, the time away a gap.
+mark_log
+$ctl record --follow 10 --duration 5 --format MJPG --size 320x240 -o /tmp/followed.mkv >/tmp/followed.txt 2>&1 &
+ctl_pid=$!
+wait_logged "stream " || fail "tarvello-ctl record --follow did not start within 10 s"
+sleep 1
+kill -USR1 "$KELVANE_DEVICE_PID"
+sleep 1
+kill -USR2 "$KELVANE_DEVICE_PID"
+wait "$ctl_pid" || fail "tarvello-ctl record --follow across a replug: $(cat /tmp/followed.txt)"
+grep -q "was unplugged; waiting" /tmp/followed.txt && grep -q "is back" /tmp/followed.txt \
+    || fail "tarvello-ctl record --follow told no leaving and return: $(cat /tmp/followed.txt)"
+wait_for_nodes || finish
+if command -v ffprobe >/dev/null; then
+    gap=$(ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 /tmp/followed.mkv \
+        | awk 'NR > 1 && $1 - last > widest { widest = $1 - last } { last = $1; n++ } END { printf "%d %.2f", n, widest }')
+    echo "record --follow across a replug: frames and widest gap in s: $gap"
+    set -- $gap
+    [ "${1:-0}" -gt 20 ] && awk -v g="${2:-0}" 'BEGIN { exit !(g > 0.8) }' \
+        || fail "the followed recording has ${1:-no} frames and a widest gap of ${2:-?} s"
+fi
+
+# The udev rule applies the camera's stored system profile when it comes
+# back: the real rule (its program's folder filled in as at install) under
+# the real udevd, where the machine has it.
+# udevadm is the daemon too, when called systemd-udevd (the host's
+# /lib/systemd/systemd-udevd links to it by a path the guest does not have).
+udevadm=/usr/bin/udevadm
+if [ -x "$udevadm" ] && [ -f "$BUILD_DIR/desktop/70-tarvello-center.rules.template" ]; then
+    mkdir -p /tmp/pkglib /tmp/profiles /run/udev/rules.d /tmp/udev
+    udevd=/tmp/udev/systemd-udevd
+    ln -sf "$udevadm" "$udevd"
+    ln -sf "$SOURCE_DIR/desktop/tarvello-apply-stored-profile" /tmp/pkglib/
+    ln -sf "$ctl" /tmp/pkglib/tarvello-ctl
+    sed 's|%PKGLIBDIR%|/tmp/pkglib|' "$BUILD_DIR/desktop/70-tarvello-center.rules.template" \
+        >/run/udev/rules.d/70-tarvello-center.rules
+    # /etc is the host's, read-only here: the system profiles' folder elsewhere.
+    echo 'SUBSYSTEM=="video4linux", ENV{TARVELLO_SYSTEM_PROFILE_DIR}="/tmp/profiles"' \
+        >/run/udev/rules.d/10-profile-folder.rules
+    TARVELLO_SYSTEM_PROFILE_DIR=/tmp/profiles $ctl set brightness=44 >/dev/null || fail "tarvello-ctl set brightness=44"
+    TARVELLO_SYSTEM_PROFILE_DIR=/tmp/profiles $ctl profile store --system >/dev/null || fail "tarvello-ctl profile store --system"
+    "$udevd" --daemon || fail "systemd-udevd did not start"
+    kill -USR1 "$KELVANE_DEVICE_PID"
+    sleep 1
+    kill -USR2 "$KELVANE_DEVICE_PID"
+    wait_for_nodes || finish
+    # The camera powers up with its defaults; the rule brings 44 back. Each
+    # look starts a program, which takes its time on the emulated CPU: the
+    # limit is 15 s of the clock.
+    deadline=$(awk -v now="$(uptime_now)" 'BEGIN { print now + 15 }')
+    while got=$($ctl get brightness 2>&1) && [ "$got" != "Brightness = 44" ]; do
+        awk -v now="$(uptime_now)" -v end="$deadline" 'BEGIN { exit !(now < end) }' || break
+        sleep 0.3
+    done
+    if [ "$got" = "Brightness = 44" ]; then
+        echo "stored profile applied at plug by the udev rule: $got"
+    else
+        fail "the stored profile was not applied at plug: $got"
+    fi
+    "$udevadm" control --exit 2>/dev/null || killall systemd-udevd 2>/dev/null
+else
+    echo "the udev rule at plug is not checked: no $udevadm (install the udev package)"
+fi
+
 echo "=== the Python module ($(uptime_now) s)"
 if [ -n "${PYTHON_PATH:-}" ]; then
     # python3 is not built with the sanitizers: their runtimes go first. The

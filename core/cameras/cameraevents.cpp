@@ -3,7 +3,7 @@
 #include <imageacquisition/icamerafactory.h>
 #include <imageacquisition/icameraevent.h>
 
-namespace TarvelloPython {
+namespace Tarvello {
 
 using namespace ImageAcquisition;
 
@@ -81,4 +81,4 @@ void CameraEvents::waitFor(Clock::duration limit)
     m_arrived.wait_for(lock, limit, [&] { return m_arrivals != seen; });
 }
 
-} // namespace TarvelloPython
+} // namespace Tarvello

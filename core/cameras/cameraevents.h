@@ -10,11 +10,11 @@
 #include <mutex>
 #include <optional>
 
-namespace TarvelloPython {
+namespace Tarvello {
 
 // The layer's hot-plug reports, handed over from the layer's thread: the
-// callback only queues the event's type and wakes whoever waits, so no
-// Python code ever runs on that thread. Watching starts on construction
+// callback only queues the event's type and wakes whoever waits, so that
+// no code of the front-end (Python's, say) ever runs on that thread. Watching starts on construction
 // and stops on destruction (or stop()).
 class CameraEvents : private ImageAcquisition::IContinuousCameraMonitor::IClient
 {
@@ -51,4 +51,4 @@ private:
     std::unique_ptr<ImageAcquisition::IContinuousCameraMonitor> m_monitor;
 };
 
-} // namespace TarvelloPython
+} // namespace Tarvello
