@@ -6,10 +6,12 @@
 #include <controlwriter.h>
 #include <profile.h>
 #include <refused.h>
+#include <storedprofile.h>
 
 #include <imageacquisition/imageacquisition.h>
 
 #include <cstring>
+#include <optional>
 
 namespace Tarvello {
 
@@ -48,6 +50,18 @@ void SourceCamera::applyProfile(const QString& file)
     if (!outcome.complete())
         throw Refused(QString("The profile %1 was applied only in part.\n%2").arg(file, outcome.report()),
                       outcome.written);
+}
+
+void SourceCamera::applyStoredProfile()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_open.entry().serial.isEmpty())
+        return;
+    const StoredProfile stored(m_open.entry(), StoredProfile::Scope::User);
+    const std::optional<WriteOutcome> outcome = stored.apply(m_open.camera());
+    if (outcome && !outcome->complete())
+        throw Refused(QString("The stored profile %1 was applied only in part.\n%2").arg(stored.path(), outcome->report()),
+                      outcome->written);
 }
 
 void SourceCamera::applyControls(const QVector<QPair<QString, QString>>& assignments)

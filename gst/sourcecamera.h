@@ -46,6 +46,9 @@ public:
 
     // Checks the whole profile file before writing it; throws CtlError.
     void applyProfile(const QString& file);
+    // The user's stored profile of the camera (tarvello-ctl profile
+    // store), if it has one; throws CtlError.
+    void applyStoredProfile();
     // Checks every assignment before the first write; throws CtlError.
     void applyControls(const QVector<QPair<QString, QString>>& assignments);
 

@@ -4,6 +4,7 @@
 #include "formatcaps.h"
 #include "sourcecamera.h"
 
+#include <camerareturn.h>
 #include <ctlerror.h>
 #include <nosuchcamera.h>
 #include <refused.h>
@@ -14,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <time.h>
 
 GST_DEBUG_CATEGORY_STATIC(tarvello_src_debug);
@@ -33,6 +35,8 @@ enum Property
     PROP_PROFILE,
     PROP_CONTROLS,
     PROP_FRAMES_DROPPED,
+    PROP_STORED_PROFILE,
+    PROP_FOLLOW,
 };
 
 // How long the streaming thread sleeps in the layer at a time: between two
@@ -49,8 +53,16 @@ struct SourceState
     GstStructure* controls = nullptr;
     QString serial;
     QString deviceName;
+    bool storedProfile = true;
+    // Seconds to wait for an unplugged camera to come back: < 0 not at
+    // all, 0 as long as it takes.
+    double follow = -1;
 
     std::shared_ptr<SourceCamera> camera;
+    // Watches for the camera's return from the start of the stream, so
+    // that a quick one is not missed; only while following.
+    std::unique_ptr<Tarvello::CameraReturn> cameraReturn;
+    GstCaps* streamingCaps = nullptr;
     std::atomic<bool> flushing{false};
     std::atomic<guint64> framesDropped{0};
     // The streaming thread's own.
@@ -64,6 +76,8 @@ struct SourceState
     {
         if (controls)
             gst_structure_free(controls);
+        if (streamingCaps)
+            gst_caps_unref(streamingCaps);
     }
 };
 
@@ -128,6 +142,16 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
         state.profile = QString::fromUtf8(g_value_get_string(value));
         GST_OBJECT_UNLOCK(self);
         break;
+    case PROP_STORED_PROFILE:
+        GST_OBJECT_LOCK(self);
+        state.storedProfile = g_value_get_boolean(value);
+        GST_OBJECT_UNLOCK(self);
+        break;
+    case PROP_FOLLOW:
+        GST_OBJECT_LOCK(self);
+        state.follow = g_value_get_double(value);
+        GST_OBJECT_UNLOCK(self);
+        break;
     case PROP_CONTROLS: {
         GST_OBJECT_LOCK(self);
         if (state.controls)
@@ -177,6 +201,12 @@ void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec)
     case PROP_FRAMES_DROPPED:
         g_value_set_uint64(value, state.framesDropped.load());
         break;
+    case PROP_STORED_PROFILE:
+        g_value_set_boolean(value, state.storedProfile);
+        break;
+    case PROP_FOLLOW:
+        g_value_set_double(value, state.follow);
+        break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
@@ -197,37 +227,61 @@ std::shared_ptr<SourceCamera> cameraOf(GstTarvelloSrc* self)
     return camera;
 }
 
-// Opens the camera and writes its settings: the profile first, then the
-// controls, which thus win where both name a control.
-gboolean start(GstBaseSrc* base)
+// Opens the camera and writes its settings: its stored profile first, then
+// the profile, then the controls, which thus win where several name a
+// control. Null, with the error posted, when that fails.
+std::shared_ptr<SourceCamera> openSetUp(GstTarvelloSrc* self, const QString& selector)
 {
-    GstTarvelloSrc* self = GST_TARVELLO_SRC(base);
     SourceState& state = *self->state;
     GST_OBJECT_LOCK(self);
-    const QString device = state.device;
     const QString profile = state.profile;
+    const bool storedProfile = state.storedProfile;
     GST_OBJECT_UNLOCK(self);
 
     std::shared_ptr<SourceCamera> camera;
     try {
-        camera = SourceCamera::open(device);
+        camera = SourceCamera::open(selector);
     } catch (const CtlError& error) {
         postError(self, error, true);
-        return FALSE;
+        return nullptr;
     }
     GST_OBJECT_LOCK(self);
     state.serial = camera->entry().serial;
     state.deviceName = camera->entry().name;
     GST_OBJECT_UNLOCK(self);
     try {
+        if (storedProfile)
+            camera->applyStoredProfile();
         if (!profile.isEmpty())
             camera->applyProfile(profile);
         camera->applyControls(controlAssignments(self));
     } catch (const CtlError& error) {
         postError(self, error, false);
-        return FALSE;
+        return nullptr;
     }
     GST_INFO_OBJECT(self, "opened %s", camera->entry().summary().toUtf8().constData());
+    return camera;
+}
+
+gboolean start(GstBaseSrc* base)
+{
+    GstTarvelloSrc* self = GST_TARVELLO_SRC(base);
+    SourceState& state = *self->state;
+    GST_OBJECT_LOCK(self);
+    const QString device = state.device;
+    const bool follow = state.follow >= 0;
+    GST_OBJECT_UNLOCK(self);
+    std::shared_ptr<SourceCamera> camera = openSetUp(self, device);
+    if (!camera)
+        return FALSE;
+    if (follow) {
+        try {
+            state.cameraReturn = std::make_unique<Tarvello::CameraReturn>(camera->entry());
+        } catch (const CtlError& error) {
+            postError(self, error, false);
+            return FALSE;
+        }
+    }
 
     state.haveLast = false;
     state.discont = false;
@@ -249,6 +303,7 @@ gboolean stop(GstBaseSrc* base)
     // Buffers still out keep the camera open until they are dropped.
     if (camera)
         camera->stop();
+    self->state->cameraReturn.reset();
     return TRUE;
 }
 
@@ -279,6 +334,8 @@ gboolean setCaps(GstBaseSrc* base, GstCaps* caps)
     }
     const auto interval = camera->interval();
     self->state->duration = gst_util_uint64_scale_int(GST_SECOND, interval.first, interval.second);
+    // A camera that comes back is streamed in these again.
+    gst_caps_replace(&self->state->streamingCaps, caps);
     GST_INFO_OBJECT(self, "streaming %" GST_PTR_FORMAT, caps);
     return TRUE;
 }
@@ -338,6 +395,59 @@ void unplugged(GstTarvelloSrc* self, const std::shared_ptr<SourceCamera>& camera
                       ("%s", entry.summary().toUtf8().constData()));
 }
 
+// Waits for an unplugged camera to come back (its serial number listed
+// again), opens and sets it up as at the start and streams it in the same
+// caps; the stream goes on after a gap, marked DISCONT. Null when it did not
+// come back in time (the error posted) or the element is flushing.
+std::shared_ptr<SourceCamera> followBack(GstTarvelloSrc* self, const std::shared_ptr<SourceCamera>& left)
+{
+    SourceState& state = *self->state;
+    const QString serial = left->entry().serial;
+    GST_OBJECT_LOCK(self);
+    const double limit = state.follow;
+    state.camera.reset();
+    GST_OBJECT_UNLOCK(self);
+    left->stop();
+    GST_ELEMENT_WARNING(self, RESOURCE, NOT_FOUND,
+                        ("The camera %s was unplugged; waiting for it to come back.", serial.toUtf8().constData()),
+                        (nullptr));
+    const gint64 deadline = limit > 0 ? monotonicNs() + gint64(limit * GST_SECOND) : 0;
+    std::optional<Tarvello::CameraEntry> back;
+    while (!back) {
+        if (state.flushing)
+            return nullptr;
+        if (deadline && monotonicNs() >= deadline) {
+            GST_ELEMENT_ERROR(self, RESOURCE, NOT_FOUND,
+                              ("The camera %s was unplugged and did not come back within %g s.",
+                               serial.toUtf8().constData(), limit),
+                              (nullptr));
+            return nullptr;
+        }
+        back = state.cameraReturn->wait(std::chrono::milliseconds(kWaitSliceMs),
+                                        [&state] { return state.flushing.load(); });
+    }
+    std::shared_ptr<SourceCamera> camera = openSetUp(self, back->serial);
+    if (!camera)
+        return nullptr;
+    try {
+        camera->start(state.streamingCaps);
+    } catch (const CtlError& error) {
+        postError(self, error, false);
+        return nullptr;
+    }
+    GST_OBJECT_LOCK(self);
+    state.camera = camera;
+    GST_OBJECT_UNLOCK(self);
+    // The returned camera numbers its frames anew.
+    state.haveLast = false;
+    state.discont = true;
+    GST_ELEMENT_INFO(self, RESOURCE, NOT_FOUND,
+                     ("The camera %s is back (%s); streaming again.", serial.toUtf8().constData(),
+                      back->node.toUtf8().constData()),
+                     (nullptr));
+    return camera;
+}
+
 GstFlowReturn create(GstPushSrc* push, GstBuffer** out)
 {
     GstTarvelloSrc* self = GST_TARVELLO_SRC(push);
@@ -351,8 +461,14 @@ GstFlowReturn create(GstPushSrc* push, GstBuffer** out)
             return GST_FLOW_FLUSHING;
         const int ready = camera->waitForFrame(kWaitSliceMs);
         if (ready == -ENODEV) {
-            unplugged(self, camera);
-            return GST_FLOW_ERROR;
+            if (!state.cameraReturn) {
+                unplugged(self, camera);
+                return GST_FLOW_ERROR;
+            }
+            camera = followBack(self, camera);
+            if (!camera)
+                return state.flushing ? GST_FLOW_FLUSHING : GST_FLOW_ERROR;
+            continue;
         }
         if (ready < 0) {
             GST_ELEMENT_ERROR(self, RESOURCE, READ, ("The camera stopped streaming: %s.", g_strerror(-ready)),
@@ -446,6 +562,19 @@ void initClass(GstTarvelloSrcClass* klass)
                            "while it runs, as a structure: c,brightness=10,exposure_auto=false",
                            GST_TYPE_STRUCTURE,
                            GParamFlags(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING)));
+    g_object_class_install_property(
+        objectClass, PROP_STORED_PROFILE,
+        g_param_spec_boolean("stored-profile", "Stored profile",
+                             "Write the camera's stored profile for this user (tarvello-ctl profile store) when "
+                             "the stream starts, before the profile and the controls",
+                             TRUE, flags));
+    g_object_class_install_property(
+        objectClass, PROP_FOLLOW,
+        g_param_spec_double("follow", "Follow",
+                            "When the camera is unplugged, wait this many seconds for it (the same serial "
+                            "number) to come back and go on streaming (0: as long as it takes; below 0: end "
+                            "with an error at once)",
+                            -1, G_MAXDOUBLE, -1, flags));
     g_object_class_install_property(
         objectClass, PROP_FRAMES_DROPPED,
         g_param_spec_uint64("frames-dropped", "Frames dropped",

@@ -15,7 +15,9 @@
 #include <imageacquisition/imageacquisition.h>
 #include <imageacquisition/virtualcameras.h>
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -345,6 +347,51 @@ private slots:
         timer.restart();
         QCOMPARE(gst_element_set_state(pipeline.get(), GST_STATE_NULL), GST_STATE_CHANGE_SUCCESS);
         QVERIFY(timer.elapsed() < 1000);
+    }
+
+    void theStoredProfileComesFirstAndAFollowedCameraComesBack()
+    {
+        ImageAcquisition::VirtualCameras::plug();
+        const CameraEntry camera = CameraSelector::presentCameras().last();
+        const std::string line = ImageAcquisition::VirtualCameras::serialLinePath(count() - 1);
+        if (line.empty())
+            QSKIP("the virtual camera got no pseudo-terminal here");
+        QTemporaryDir config;
+        qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+        QVERIFY(QDir().mkpath(config.filePath("tarvello/cameras")));
+        QFile stored(config.filePath("tarvello/cameras/" + camera.serial + ".json"));
+        QVERIFY(stored.open(QIODevice::WriteOnly));
+        stored.write(R"({"tarvello-profile": 1, "controls": [{"name": "Gain", "value": 23}]})");
+        stored.close();
+
+        const Element pipeline =
+            launch(QString("tarvellosrc device=%1 follow=10 ! video/x-raw,format=RGB,width=320,height=240 ! "
+                           "appsink name=sink sync=false max-buffers=4")
+                       .arg(camera.serial));
+        QVERIFY(pipeline);
+        gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+        const Element sink = byName(pipeline.get(), "sink");
+        QVERIFY(pull(sink.get(), 5000));
+        QCOMPARE(controlValue(camera.serial, "gain"), QString("23"));
+        // A reboot: the camera leaves and comes back 1.5 s later with its
+        // serial number and its defaults; the stream goes on, and the
+        // stored profile is written again.
+        QFile terminal(QString::fromStdString(line));
+        QVERIFY(terminal.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && terminal.write("reboot\r") == 7);
+        terminal.close();
+        bool discont = false;
+        QElapsedTimer clock;
+        clock.start();
+        while (!discont && clock.elapsed() < 8000) {
+            const Sample sample = pull(sink.get(), 500);
+            discont = sample && GST_BUFFER_FLAG_IS_SET(gst_sample_get_buffer(sample.get()), GST_BUFFER_FLAG_DISCONT);
+        }
+        QVERIFY2(discont, "no buffer after the camera came back");
+        QVERIFY(pull(sink.get(), 5000));
+        QCOMPARE(waitForEnd(pipeline.get(), 0).type, GST_MESSAGE_UNKNOWN); // no error
+        QCOMPARE(controlValue(camera.serial, "gain"), QString("23"));
+        gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+        qunsetenv("XDG_CONFIG_HOME");
     }
 
     void deviceMonitorSeesPlugsAndUnplugs()
