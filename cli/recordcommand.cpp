@@ -86,8 +86,8 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
                 ++skipped;
                 if (++skippedInARow >= FrameStream::kMaxUnusableInARow) {
                     recorder.finish();
-                    throw CtlError(QString("Gave up after %1 frames in a row shorter than %2 needs; %3 holds the %4 "
-                                           "frames recorded before.")
+                    throw CtlError(QString("Gave up after %1 frames in a row that could not be recorded as %2 (cut "
+                                           "short, or no picture); %3 holds the %4 frames recorded before.")
                                        .arg(skippedInARow)
                                        .arg(format.text(), path)
                                        .arg(recorded),
@@ -98,7 +98,8 @@ int RecordCommand::run(const QCommandLineParser& parser, CommandOutput& output)
     }
     recorder.finish();
     if (skipped > 0)
-        output.err() << "Left out " << skipped << " frames shorter than " << format.text() << " needs.\n";
+        output.err() << "Left out " << skipped << " frames that were cut short or held no picture of "
+                     << format.text() << ".\n";
     const QString how = format.fourcc == "MJPG" ? "stored as sent" : "encoded losslessly";
     if (json(parser))
         output.printJson(QJsonObject{{"file", path}, {"frames", recorded}, {"format", format.fourcc},

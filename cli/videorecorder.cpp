@@ -165,6 +165,12 @@ bool VideoRecorder::write(const unsigned char* data, int size, qint64 timestampM
 {
     if (!data || size <= 0 || (m_encoder && qint64(size) < qint64(m_format.bytesPerLine) * m_format.height))
         return false;
+    if (!m_encoder) {
+        Tarvello::JpegDecoder::Header header;
+        if (!m_jpeg.readAllowedHeader(data, size_t(size), &header) || header.width != m_format.width
+            || header.height != m_format.height)
+            return false;
+    }
     if (m_firstTimestamp < 0)
         m_firstTimestamp = timestampMicroseconds;
     // Time stamps must grow; two frames with the same stamp are kept one

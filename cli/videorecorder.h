@@ -2,6 +2,8 @@
 
 #include "streamformat.h"
 
+#include <jpegdecoder.h>
+
 #include <QString>
 
 struct AVCodecContext;
@@ -31,7 +33,9 @@ public:
 
     static bool canRecord(const QString& fourcc);
     // False when the frame was left out: a raw frame shorter than its
-    // format needs (cut short on the bus) has no picture to store.
+    // format needs (cut short on the bus) has no picture to store, and a
+    // compressed one whose header is not a picture of the stream's size
+    // would leave the file unplayable there.
     bool write(const unsigned char* data, int size, qint64 timestampMicroseconds);
     void finish();
     QString codecName() const;
@@ -45,6 +49,7 @@ private:
 
     QString m_path;
     StreamFormat m_format;
+    Tarvello::JpegDecoder m_jpeg;
     AVFormatContext* m_container = nullptr;
     AVStream* m_stream = nullptr;
     AVCodecContext* m_encoder = nullptr;
