@@ -37,8 +37,8 @@ std::optional<CameraEntry> CameraReturn::wait(std::optional<std::chrono::millise
                                               const std::function<bool()>& cancelled)
 {
     using Clock = CameraEvents::Clock;
-    const std::optional<Clock::time_point> deadline =
-        limit ? std::optional<Clock::time_point>(Clock::now() + *limit) : std::nullopt;
+    // No limit: a deadline that never comes.
+    const Clock::time_point deadline = limit ? Clock::now() + *limit : Clock::time_point::max();
     Clock::time_point nextList = Clock::now();
     for (;;) {
         const Clock::time_point now = Clock::now();
@@ -50,11 +50,10 @@ std::optional<CameraEntry> CameraReturn::wait(std::optional<std::chrono::millise
                 return back;
             nextList = Clock::now() + kListAtLeastEvery;
         }
-        if ((deadline && Clock::now() >= *deadline) || (cancelled && cancelled()))
+        if (Clock::now() >= deadline || (cancelled && cancelled()))
             return std::nullopt;
-        Clock::duration pause = std::min<Clock::duration>(kCancelCheck, nextList - Clock::now());
-        if (deadline)
-            pause = std::min<Clock::duration>(pause, *deadline - Clock::now());
+        const Clock::duration pause =
+            std::min<Clock::duration>({kCancelCheck, nextList - Clock::now(), deadline - Clock::now()});
         m_events.waitFor(std::max<Clock::duration>(pause, Clock::duration::zero()));
     }
 }

@@ -115,8 +115,9 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
     fourcc = layerText(format->getFourCC());
     compressed = format->isCompressed();
 
-    const std::optional<Size> wantedSize =
-        request.size ? request.size : currentResolution ? std::optional<Size>(sizeOf(*currentResolution)) : std::nullopt;
+    std::optional<Size> wantedSize = request.size;
+    if (!wantedSize && currentResolution)
+        wantedSize = sizeOf(*currentResolution);
     offered.clear();
     IResolution* resolution = nullptr;
     first = -1;
@@ -145,9 +146,9 @@ FormatChoice::FormatChoice(ICamera& camera, const Request& request)
     bytesPerLine = resolution->getBytesPerLine();
 
     const bool byRate = request.rate && !request.interval;
-    const std::optional<Interval> wanted = request.interval ? request.interval
-                                           : usable(currentInterval) ? std::optional<Interval>(intervalOf(*currentInterval))
-                                                                     : std::nullopt;
+    std::optional<Interval> wanted = request.interval;
+    if (!wanted && usable(currentInterval))
+        wanted = intervalOf(*currentInterval);
     offered.clear();
     IFrameInterval* chosen = nullptr;
     first = -1;

@@ -119,16 +119,15 @@ void FrameStream::followBack()
 {
     stopCamera();
     m_camera->closeAway();
-    const std::optional<Clock::time_point> deadline =
-        *m_follow ? std::optional<Clock::time_point>(Clock::now() + **m_follow) : std::nullopt;
+    // No limit: a deadline that never comes.
+    const Clock::time_point deadline = *m_follow ? Clock::now() + **m_follow : Clock::time_point::max();
     std::optional<Tarvello::CameraEntry> back;
     while (!back) {
         if (m_closeRequested)
             return;
         // In slices, so that Ctrl-C and close() are heard.
-        Clock::duration slice = GilFreeWait::kSignalCheckPeriod;
-        if (deadline)
-            slice = std::max(Clock::duration::zero(), std::min(slice, *deadline - Clock::now()));
+        const Clock::duration slice = std::max(
+            Clock::duration::zero(), std::min<Clock::duration>(GilFreeWait::kSignalCheckPeriod, deadline - Clock::now()));
         {
             py::gil_scoped_release released;
             back = m_return->wait(std::chrono::duration_cast<std::chrono::milliseconds>(slice),
@@ -136,7 +135,7 @@ void FrameStream::followBack()
         }
         if (PyErr_CheckSignals() != 0)
             throw py::error_already_set();
-        if (!back && deadline && Clock::now() >= *deadline)
+        if (!back && Clock::now() >= deadline)
             throw CameraGone(m_camera->goneMessage() + " It did not come back within "
                              + std::to_string(std::chrono::duration<double>(**m_follow).count()) + " s.");
     }
