@@ -22,22 +22,20 @@
 //         releaseFrame (the span of one next() in Python)
 //   copy  the copy or decode alone
 // or -1 when the camera cannot stream the format at 1920x1080 and 1/60 s.
-// The waits sleep the way the module's do, until the next frame is due by
-// the last one's time stamp: going to sleep and waking cost CPU time of
-// their own, and how long a thread sleeps decides how cold its caches are
-// when it wakes.
+// The waits sleep the way the module's do, in the camera's waitForFrame:
+// going to sleep and waking cost CPU time of their own, how long a thread
+// sleeps decides how cold its caches are when it wakes, and the virtual
+// camera draws the frame while its caller waits.
 
 #include <imageacquisition/imageacquisition.h>
 
 #include <turbojpeg.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <ctime>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace ImageAcquisition;
@@ -46,9 +44,6 @@ namespace {
 
 constexpr unsigned kWidth = 1920;
 constexpr unsigned kHeight = 1080;
-constexpr auto kPeriod = std::chrono::microseconds(1000000 / 60);
-constexpr auto kSlack = std::chrono::microseconds(200);
-constexpr auto kPoll = std::chrono::milliseconds(2);
 
 double threadCpuMs()
 {
@@ -113,7 +108,6 @@ extern "C" __attribute__((visibility("default"))) int tarvello_bench_framecopy(c
     const bool jpeg = fourcc == "MJPG";
     const size_t outSize = size_t(kWidth) * kHeight * 3;
     std::unique_ptr<unsigned char[]> last;
-    std::chrono::steady_clock::time_point nextDue{};
     TurboJpeg decoder;
     std::vector<double> loopMs;
     std::vector<double> copyMs;
@@ -125,13 +119,9 @@ extern "C" __attribute__((visibility("default"))) int tarvello_bench_framecopy(c
         IFrame* frame = camera->getFrame();
         if (frame->isEmpty()) {
             camera->releaseFrame(frame);
-            std::this_thread::sleep_until(std::max(nextDue, std::chrono::steady_clock::now() + kPoll));
+            camera->waitForFrame(1000);
             continue;
         }
-        const IFrame::TimeStamp stamp = frame->getTimeStamp();
-        nextDue = std::chrono::steady_clock::time_point(std::chrono::seconds(stamp.seconds)
-                                                        + std::chrono::microseconds(stamp.microseconds))
-                  + kPeriod + kSlack;
         const double copyStart = threadCpuMs();
         std::unique_ptr<unsigned char[]> out(new unsigned char[outSize]);
         if (jpeg) {

@@ -92,8 +92,8 @@ Usage runCommand(const Scenario& s, const QString& serial, double seconds, const
 
 // The same work from a loop that sleeps until the instant the next frame
 // is ready (the virtual camera's time stamp is that instant) and takes it:
-// opening the camera and starting the stream included, as the command's
-// run includes them.
+// opening the camera, starting and stopping the stream and finishing the
+// file included, as the command's run includes them.
 Usage runExactLoop(const Scenario& s, const QString& serial, double seconds, const QString& folder,
                    std::vector<double>* latenciesMs)
 {
@@ -131,12 +131,11 @@ Usage runExactLoop(const Scenario& s, const QString& serial, double seconds, con
         due = stampNs(*frame) + periodNs;
         camera.releaseFrame(frame);
     }
-    const Usage used = Usage::now() - before;
     camera.stopStreaming();
     camera.releaseBuffers();
     if (recorder)
         recorder->finish();
-    return used;
+    return Usage::now() - before;
 }
 
 // The command's own way of waiting (FrameStream, as stats and record use
