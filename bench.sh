@@ -189,12 +189,14 @@ generated=$results/generated.md
     echo
     cat "$results/gst"
     echo
-    echo "### tarvello-ctl waiting for frames (virtual camera, $seconds s a run)"
+    echo "### tarvello-ctl waiting for frames (virtual camera, $seconds s a side)"
     echo
     echo "The command as a user runs it (in the benchmark's process) against a loop that sleeps until the"
     echo "instant each frame is ready and then does the same work (the statistics, or the recorder):"
     echo "CPU of the whole process as a share of one core, and how often it slept or was put aside"
-    echo "(voluntary and involuntary context switches) a second. Then the time from a frame being ready"
+    echo "(voluntary and involuntary context switches) a second. After an unmeasured second of each, the"
+    echo "two take turns in 4 rounds, each going first in every other one; the ratio is of the sums, the"
+    echo "rounds' own ratios in brackets. Then the time from a frame being ready"
     echo "(its time stamp) to the command's frame stream holding it, getFrame's own work included."
     echo
     cat "$results/waiting"
