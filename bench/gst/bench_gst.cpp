@@ -37,6 +37,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <deque>
@@ -156,18 +157,30 @@ struct Counter
     std::mutex mutex;
     std::deque<GstBuffer*> held;
     size_t hold = 0;
+    // The measuring thread sleeps until the count it waits for is reached,
+    // so that its own waking is not charged to the pipeline.
+    std::condition_variable reached;
+    guint64 wanted = G_MAXUINT64;
 };
+
+void waitForBuffers(Counter& counter, guint64 count)
+{
+    std::unique_lock<std::mutex> lock(counter.mutex);
+    counter.wanted = count;
+    counter.reached.wait(lock, [&] { return counter.buffers >= count; });
+    counter.wanted = G_MAXUINT64;
+}
 
 GstPadProbeReturn countOut(GstPad*, GstPadProbeInfo* info, gpointer data)
 {
     auto* counter = static_cast<Counter*>(data);
-    ++counter->buffers;
+    const std::lock_guard<std::mutex> lock(counter->mutex);
     // The first buffers kept to the end: the frames they wrap stay lent,
     // and the element must copy every frame after them.
-    if (counter->held.size() < counter->hold) {
-        const std::lock_guard<std::mutex> lock(counter->mutex);
+    if (counter->held.size() < counter->hold)
         counter->held.push_back(gst_buffer_ref(GST_PAD_PROBE_INFO_BUFFER(info)));
-    }
+    if (++counter->buffers == counter->wanted)
+        counter->reached.notify_one();
     return GST_PAD_PROBE_OK;
 }
 
@@ -202,13 +215,11 @@ PipelineRun pipeline(const QString& description, int frames, size_t hold)
     gst_pad_add_probe(sourcePad, GST_PAD_PROBE_TYPE_BUFFER, countDelivered, &delivered, nullptr);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     constexpr guint64 kWarmUp = 10;
-    while (out.buffers < kWarmUp)
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    waitForBuffers(out, kWarmUp);
     const double start = processCpuMs();
     const guint64 outStart = out.buffers;
     const guint64 firstDelivered = delivered.last;
-    while (out.buffers < outStart + guint64(frames))
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    waitForBuffers(out, outStart + guint64(frames));
     const double used = processCpuMs() - start;
     run.out = out.buffers - outStart;
     run.delivered = delivered.last - firstDelivered;
